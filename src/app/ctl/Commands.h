@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <vector>
+
+namespace bom::app {
+
+class CtlContext;
+
+struct Command {
+    const char* name;
+    const char* usage;
+    int (*run)(CtlContext&);
+};
+
+// Every command group registers its commands here.
+std::vector<Command> accountCommands();
+
+} // namespace bom::app

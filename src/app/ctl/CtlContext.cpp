@@ -1,0 +1,164 @@
+#include "CtlContext.h"
+
+#include <QJsonDocument>
+#include <QTextStream>
+#include <cstdio>
+#include <unistd.h>
+
+namespace bom::app {
+namespace {
+
+void writeJson(const QJsonObject& object) {
+    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact);
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+void writeErr(const QString& text) {
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
+    std::fputc('\n', stderr);
+}
+
+std::optional<suite::Prompter::Answer> parseAnswer(const QString& word) {
+    const QString w = word.trimmed().toLower();
+    if (w == QLatin1String("yes") || w == QLatin1String("y"))
+        return suite::Prompter::Answer::Yes;
+    if (w == QLatin1String("no") || w == QLatin1String("n"))
+        return suite::Prompter::Answer::No;
+    if (w == QLatin1String("cancel") || w == QLatin1String("c"))
+        return suite::Prompter::Answer::Cancel;
+    return std::nullopt;
+}
+
+} // namespace
+
+suite::Prompter::Answer ConsolePrompter::ask(const QString& text, const QString& title,
+                                             int style) {
+    if (scripted_ || !interactive_)
+        return ScriptedPrompter::ask(text, title, style);
+    writeErr(QStringLiteral("[%1] %2 (%3)")
+                 .arg(title, text, isThreeWay(style) ? QStringLiteral("y/n/c")
+                                                     : QStringLiteral("y/n")));
+    QTextStream in(stdin);
+    const auto answer = parseAnswer(in.readLine());
+    queueAnswer(answer.value_or(declined(style)));
+    return ScriptedPrompter::ask(text, title, style);
+}
+
+void ConsolePrompter::shown(const Prompt& prompt) {
+    if (json_) {
+        QJsonObject o{{"type", prompt.question ? "question" : "message"},
+                      {"title", prompt.title},
+                      {"text", prompt.text},
+                      {"style", prompt.style}};
+        if (prompt.question)
+            o.insert("answer", answerName(prompt.answer));
+        writeJson(o);
+    } else if (!prompt.question || scripted_ || !interactive_) {
+        writeErr(QStringLiteral("[%1] %2").arg(prompt.title, prompt.text) +
+                 (prompt.question ? QStringLiteral(" -> ") + answerName(prompt.answer)
+                                  : QString()));
+    }
+}
+
+CtlContext::CtlContext(const QString& command, CtlArgs args)
+    : command_(command), args_(std::move(args)) {
+    json_ = args_.flag(QStringLiteral("--json"));
+    dbUrl_ = args_.option(QStringLiteral("--db")).value_or(qEnvironmentVariable("BOM_DB"));
+    userOption_ = args_.option(QStringLiteral("--user"));
+    userId_ = userOption_.value_or(qEnvironmentVariable("BOM_USER"));
+    const bool yes = args_.flag(QStringLiteral("--yes"));
+    const bool no = args_.flag(QStringLiteral("--no"));
+    const auto answers = args_.option(QStringLiteral("--answer"));
+    prompter_ = std::make_unique<ConsolePrompter>(json_, isatty(STDIN_FILENO) != 0);
+    if (yes || no || answers) {
+        prompter_->setScripted(true);
+        if (answers)
+            for (const QString& word : answers->split(',', Qt::SkipEmptyParts))
+                if (const auto a = parseAnswer(word))
+                    prompter_->queueAnswer(*a);
+        if (yes || no)
+            prompter_->setFallbackAnswer(yes ? suite::Prompter::Answer::Yes
+                                             : suite::Prompter::Answer::No);
+    }
+}
+
+CtlContext::~CtlContext() {
+    if (windows_.last && product_ && product_->session().running())
+        windows_.last->close();
+}
+
+std::optional<QStringList> CtlContext::positional(int min, int max) {
+    if (args_.missingValue()) {
+        usage(QStringLiteral("选项 %1 缺少取值").arg(args_.missingName()));
+        return std::nullopt;
+    }
+    QString error;
+    QStringList words = args_.positional(&error);
+    if (!error.isEmpty()) {
+        usage(error);
+        return std::nullopt;
+    }
+    if (words.size() < min || (max >= 0 && words.size() > max)) {
+        usage(QStringLiteral("参数个数不对"));
+        return std::nullopt;
+    }
+    return words;
+}
+
+int CtlContext::startSession() {
+    const QString& url = dbUrl_;
+    const QString& user = userId_;
+    if (url.isEmpty())
+        return usage(QStringLiteral("需要账套：--db URL 或环境变量 BOM_DB"));
+    if (user.isEmpty())
+        return usage(QStringLiteral("需要操作员：--user ID 或环境变量 BOM_USER"));
+    QString error;
+    suite::Login::Failure failure = suite::Login::Failure::None;
+    login_ = suite::Login::SignIn(url, user, qEnvironmentVariable("BOM_PASSWORD"), &error, &failure);
+    if (!login_)
+        return fail(failure == suite::Login::Failure::Database ? ExitDatabase : ExitRefused, error,
+                    QStringLiteral("登录"));
+    product_ = std::make_unique<entry::IProduct>(*prompter_, windows_);
+    product_->Show(login_.get());
+    if (product_->session().running() && product_->session().gConn)
+        return ExitOk;
+    if (prompter_->prompts().empty())
+        prompter_->ShowInfo(QStringLiteral("操作员[%1]没有“物料清单”功能的权限！").arg(user));
+    const bool unreachable =
+        !product_->session().gClsCommon || !product_->session().gClsCommon->Status() ||
+        (product_->session().running() && !product_->session().gConn);
+    return finish(unreachable ? ExitDatabase : ExitRefused);
+}
+
+int CtlContext::usage(const QString& message) {
+    return fail(ExitUsage, message + QStringLiteral("\n用法见 bomctl help"), QStringLiteral("用法"));
+}
+
+int CtlContext::fail(int status, const QString& message, const QString& title) {
+    prompter_->info(message, title, 16);
+    return finish(status);
+}
+
+int CtlContext::finish(int status, const QJsonObject& fields) {
+    if (json_) {
+        QJsonObject result = fields;
+        result.insert("type", "result");
+        result.insert("ok", status == ExitOk);
+        result.insert("status", status);
+        writeJson(result);
+    }
+    return status;
+}
+
+void CtlContext::printLine(const QString& text) {
+    if (json_)
+        return;
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    std::fputc('\n', stdout);
+}
+
+} // namespace bom::app

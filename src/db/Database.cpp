@@ -1,0 +1,190 @@
+#include "Database.h"
+
+#include "DbError.h"
+
+#include <QFileInfo>
+#include <QSqlError>
+#include <QSqlRecord>
+#include <atomic>
+
+namespace bom::db {
+namespace {
+
+QString nextConnectionName() {
+    static std::atomic<int> counter{0};
+    return QStringLiteral("bom-%1").arg(++counter);
+}
+
+QString errorText(const QSqlError& error) {
+    QString text = error.databaseText().trimmed();
+    if (text.isEmpty())
+        text = error.driverText().trimmed();
+    return text.isEmpty() ? error.text() : text;
+}
+
+QSqlDatabase connect(const DbUrl& url, Database::OpenMode mode, const QString& name) {
+    if (url.kind == Dialect::Kind::Sqlite) {
+        if (!url.isMemory() && mode == Database::OpenMode::ExistingOnly &&
+            !QFileInfo::exists(url.path))
+            throw DbError(QStringLiteral("账套数据库不存在：%1").arg(url.path));
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(url.path);
+        db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=120000"));
+        return db;
+    }
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+    db.setHostName(url.host);
+    db.setPort(url.port);
+    db.setDatabaseName(url.database);
+    db.setUserName(url.user);
+    db.setPassword(url.password);
+    db.setConnectOptions(QStringLiteral("connect_timeout=10"));
+    return db;
+}
+
+} // namespace
+
+std::unique_ptr<Database> Database::open(const QString& text, OpenMode mode) {
+    QString why;
+    const auto url = DbUrl::parse(text, &why);
+    if (!url)
+        throw DbError(why);
+    const QString name = nextConnectionName();
+    QSqlDatabase handle = connect(*url, mode, name);
+    if (!handle.isValid()) {
+        handle = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
+        throw DbError(QStringLiteral("缺少数据库驱动：%1")
+                          .arg(url->kind == Dialect::Kind::Sqlite ? "QSQLITE" : "QPSQL"));
+    }
+    if (!handle.open()) {
+        const QString message = errorText(handle.lastError());
+        handle = QSqlDatabase();
+        QSqlDatabase::removeDatabase(name);
+        throw DbError(QStringLiteral("无法连接账套数据库 %1：%2").arg(url->text, message));
+    }
+    std::unique_ptr<Database> db(new Database(*url, Dialect::create(url->kind), handle));
+    for (const QString& statement : db->dialect().sessionSetup())
+        db->exec(statement);
+    return db;
+}
+
+Database::Database(DbUrl url, std::unique_ptr<Dialect> dialect, QSqlDatabase handle)
+    : url_(std::move(url)), dialect_(std::move(dialect)), handle_(std::move(handle)),
+      connectionName_(handle_.connectionName()) {}
+
+Database::~Database() {
+    if (handle_.isOpen()) {
+        if (depth_ > 0)
+            QSqlQuery(handle_).exec(QStringLiteral("ROLLBACK"));
+        handle_.close();
+    }
+    handle_ = QSqlDatabase();
+    QSqlDatabase::removeDatabase(connectionName_);
+}
+
+bool Database::isOpen() const { return handle_.isOpen(); }
+
+QSqlQuery Database::prepare(const QString& sql) {
+    QSqlQuery query(handle_);
+    query.setForwardOnly(true);
+    if (!query.prepare(sql))
+        throw DbError(errorText(query.lastError()), sql);
+    return query;
+}
+
+void Database::run(QSqlQuery& query, const Params& params) {
+    for (int i = 0; i < params.size(); ++i)
+        query.bindValue(i, params[i]);
+    if (!query.exec())
+        throw DbError(errorText(query.lastError()), query.lastQuery());
+}
+
+QSqlQuery Database::execute(const QString& sql, const Params& params) {
+    if (params.isEmpty()) {
+        QSqlQuery query(handle_);
+        query.setForwardOnly(true);
+        if (!query.exec(sql))
+            throw DbError(errorText(query.lastError()), sql);
+        return query;
+    }
+    QSqlQuery query = prepare(sql);
+    run(query, params);
+    return query;
+}
+
+Rows Database::query(const QString& sql, const Params& params) {
+    QSqlQuery q = execute(sql, params);
+    const QSqlRecord record = q.record();
+    QStringList columns;
+    for (int i = 0; i < record.count(); ++i)
+        columns << record.fieldName(i);
+    Rows rows(columns);
+    while (q.next()) {
+        QVariantList row;
+        row.reserve(columns.size());
+        for (int i = 0; i < columns.size(); ++i)
+            row << q.value(i);
+        rows.append(std::move(row));
+    }
+    if (q.lastError().isValid())
+        throw DbError(errorText(q.lastError()), sql);
+    return rows;
+}
+
+QVariant Database::scalar(const QString& sql, const Params& params) {
+    QSqlQuery q = execute(sql, params);
+    return q.next() ? q.value(0) : QVariant();
+}
+
+int Database::exec(const QString& sql, const Params& params) {
+    return execute(sql, params).numRowsAffected();
+}
+
+QVariant Database::insertReturning(const QString& sql, const Params& params) {
+    QSqlQuery q = execute(sql, params);
+    if (!q.next())
+        throw DbError(QStringLiteral("写入后未返回主键"), sql);
+    return q.value(0);
+}
+
+bool Database::relationExists(const QString& name) {
+    return scalar(dialect_->relationExistsSql(), {name}).toInt() > 0;
+}
+
+QStringList Database::columnsOf(const QString& relation) {
+    if (!relationExists(relation))
+        return {};
+    // The name is spliced only after the schema confirmed it names a relation.
+    return query(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation)).columns();
+}
+
+void Database::begin() {
+    if (depth_ == 0)
+        exec(isPostgres() ? QStringLiteral("BEGIN") : QStringLiteral("BEGIN IMMEDIATE"));
+    else
+        exec(QStringLiteral("SAVEPOINT sp%1").arg(depth_));
+    ++depth_;
+}
+
+void Database::commit() {
+    if (depth_ == 0)
+        throw DbError(QStringLiteral("没有进行中的事务"));
+    --depth_;
+    if (depth_ == 0)
+        exec(QStringLiteral("COMMIT"));
+    else
+        exec(QStringLiteral("RELEASE SAVEPOINT sp%1").arg(depth_));
+}
+
+void Database::rollback() {
+    if (depth_ == 0)
+        return;
+    --depth_;
+    if (depth_ == 0)
+        exec(QStringLiteral("ROLLBACK"));
+    else
+        exec(QStringLiteral("ROLLBACK TO SAVEPOINT sp%1").arg(depth_));
+}
+
+} // namespace bom::db

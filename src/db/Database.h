@@ -1,0 +1,64 @@
+#pragma once
+
+#include "DbUrl.h"
+#include "Dialect.h"
+#include "Rows.h"
+
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QVariantList>
+#include <memory>
+
+namespace bom::db {
+
+using Params = QVariantList;
+
+// One connection to an account database. Every value reaches SQL as a bound parameter ('?'
+// placeholders); failures throw DbError with the driver's text.
+class Database {
+public:
+    enum class OpenMode { ExistingOnly, CreateIfMissing };
+
+    static std::unique_ptr<Database> open(const QString& url,
+                                          OpenMode mode = OpenMode::ExistingOnly);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    const DbUrl& url() const { return url_; }
+    const Dialect& dialect() const { return *dialect_; }
+    bool isPostgres() const { return dialect_->kind() == Dialect::Kind::Postgres; }
+    bool isOpen() const;
+
+    Rows query(const QString& sql, const Params& params = {});
+    QVariant scalar(const QString& sql, const Params& params = {}); // first column of first row
+    int exec(const QString& sql, const Params& params = {});        // rows affected
+    // Runs a statement whose SQL ends in RETURNING <column> and answers that value.
+    QVariant insertReturning(const QString& sql, const Params& params = {});
+
+    // A prepared statement for repeated execution (bulk writes, paged reads).
+    QSqlQuery prepare(const QString& sql);
+    void run(QSqlQuery& query, const Params& params);
+
+    bool relationExists(const QString& name);
+    // Column names of an existing table or view (empty when there is none).
+    QStringList columnsOf(const QString& relation);
+
+    // Used by Transaction: nesting becomes savepoints.
+    void begin();
+    void commit();
+    void rollback();
+    int transactionDepth() const { return depth_; }
+
+private:
+    Database(DbUrl url, std::unique_ptr<Dialect> dialect, QSqlDatabase handle);
+    QSqlQuery execute(const QString& sql, const Params& params);
+
+    DbUrl url_;
+    std::unique_ptr<Dialect> dialect_;
+    QSqlDatabase handle_;
+    QString connectionName_;
+    int depth_ = 0;
+};
+
+} // namespace bom::db

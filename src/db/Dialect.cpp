@@ -1,0 +1,81 @@
+#include "Dialect.h"
+
+#include <QStringList>
+#include <utility>
+#include <vector>
+
+namespace bom::db {
+namespace {
+
+using TokenMap = std::vector<std::pair<const char*, const char*>>;
+
+QString replaceTokens(QString script, const TokenMap& tokens) {
+    for (const auto& [token, type] : tokens)
+        script.replace(QLatin1String(token), QLatin1String(type));
+    return script;
+}
+
+class SqliteDialect final : public Dialect {
+public:
+    Kind kind() const override { return Kind::Sqlite; }
+    QString name() const override { return QStringLiteral("sqlite"); }
+    QString translateSchema(const QString& script) const override {
+        static const TokenMap tokens{
+            {"@SERIAL@", "INTEGER PRIMARY KEY AUTOINCREMENT"},
+            {"@NUM@", "REAL"},
+            {"@INT@", "INTEGER"},
+            {"@BIGINT@", "INTEGER"},
+            {"@TEXT@", "TEXT"},
+            {"@DATETIME@", "TEXT"},
+            {"@BLOB@", "BLOB"},
+        };
+        return replaceTokens(script, tokens);
+    }
+    QString relationExistsSql() const override {
+        return QStringLiteral("SELECT count(*) AS n FROM sqlite_master WHERE type IN "
+                              "('table','view') AND lower(name)=lower(?)");
+    }
+    QStringList sessionSetup() const override {
+        // WAL lets a reader (the list) and a writer (a save in another process) work at once;
+        // the busy time-out makes a second writer wait instead of failing at once.
+        return {QStringLiteral("PRAGMA foreign_keys=ON"), QStringLiteral("PRAGMA journal_mode=WAL"),
+                QStringLiteral("PRAGMA busy_timeout=120000"),
+                QStringLiteral("PRAGMA case_sensitive_like=OFF")};
+    }
+};
+
+class PostgresDialect final : public Dialect {
+public:
+    Kind kind() const override { return Kind::Postgres; }
+    QString name() const override { return QStringLiteral("postgresql"); }
+    QString translateSchema(const QString& script) const override {
+        static const TokenMap tokens{
+            {"@SERIAL@", "BIGSERIAL PRIMARY KEY"},
+            {"@NUM@", "DOUBLE PRECISION"},
+            {"@INT@", "INTEGER"},
+            {"@BIGINT@", "BIGINT"},
+            {"@TEXT@", "TEXT"},
+            {"@DATETIME@", "TIMESTAMP"},
+            {"@BLOB@", "BYTEA"},
+        };
+        return replaceTokens(script, tokens);
+    }
+    QString relationExistsSql() const override {
+        return QStringLiteral("SELECT count(*) AS n FROM information_schema.tables WHERE "
+                              "table_schema=current_schema() AND table_name=lower(?)");
+    }
+    QStringList sessionSetup() const override {
+        return {QStringLiteral("SET statement_timeout = 120000"),
+                QStringLiteral("SET client_min_messages = warning")};
+    }
+};
+
+} // namespace
+
+std::unique_ptr<Dialect> Dialect::create(Kind kind) {
+    if (kind == Kind::Postgres)
+        return std::make_unique<PostgresDialect>();
+    return std::make_unique<SqliteDialect>();
+}
+
+} // namespace bom::db

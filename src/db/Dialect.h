@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <memory>
+
+namespace bom::db {
+
+// Everything that truly differs between SQLite and PostgreSQL. The rest of the code writes
+// SQL that both run and asks this class for the few spots where they part.
+class Dialect {
+public:
+    enum class Kind { Sqlite, Postgres };
+    virtual ~Dialect() = default;
+
+    virtual Kind kind() const = 0;
+    virtual QString name() const = 0; // "sqlite" or "postgresql": the schema folder
+    // Replaces the portable type tokens of the schema scripts (@KEY@, @NUM@, @TEXT@ …).
+    virtual QString translateSchema(const QString& script) const = 0;
+    // SQL answering one row with one column "n" when table or view `name` exists.
+    virtual QString relationExistsSql() const = 0;
+    // Statements run once on every new connection.
+    virtual QStringList sessionSetup() const = 0;
+
+    static std::unique_ptr<Dialect> create(Kind kind);
+};
+
+} // namespace bom::db

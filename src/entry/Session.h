@@ -1,0 +1,59 @@
+#pragma once
+
+#include "db/Database.h"
+#include "suite/ColumnSettings.h"
+#include "suite/ConnectionService.h"
+#include "suite/Login.h"
+#include "suite/PublicService.h"
+#include "suite/RowAuth.h"
+
+#include <QString>
+#include <memory>
+
+namespace bom::suite {
+class Prompter;
+}
+
+namespace bom::entry {
+
+class ListWindowHandle;
+
+// The state one running BOM session shares between its windows and services.
+class Session {
+public:
+    explicit Session(suite::Prompter& prompter) : prompter(prompter) {}
+
+    suite::Prompter& prompter;
+
+    suite::Login* gLogin = nullptr; // owned by the host
+    std::unique_ptr<suite::ConnectionService> gClsCommon;
+    std::unique_ptr<suite::ColumnSettings> gColSet;
+    std::unique_ptr<suite::RowAuth> gRowAuth;
+    std::unique_ptr<suite::PublicService> gPub;
+    std::unique_ptr<db::Database> gConn;
+    QString gDbName;
+    QString gUserId;
+    QString gUserName;
+    ListWindowHandle* gListForm = nullptr;
+
+    QString gAuthInventory;
+    QString gAuthDepartment;
+    QString gAuthPerson;
+    QString gAuthWarehouse;
+
+    int gQuanDigits = 2;
+    int gNumDigits = 2;
+    int gRateDigits = 2;
+    int gBillPriceDigits = 2;
+    int gPriceDigits = 2;
+
+    // (Re)opens gConn on the account; false when the account cannot be reached.
+    bool OpenConnection();
+    bool running() const { return gListForm != nullptr; }
+
+    void ShowInfo(const QString& text);
+
+    static constexpr const char* kFunctionKey = "ProductStructure";
+};
+
+} // namespace bom::entry

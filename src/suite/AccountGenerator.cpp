@@ -1,0 +1,122 @@
+#include "AccountGenerator.h"
+
+#include "db/Database.h"
+#include "db/Transaction.h"
+
+#include <QHash>
+#include <QUuid>
+#include <algorithm>
+#include <map>
+
+namespace bom::suite {
+
+AccountGenerator::AccountGenerator(db::Database& db, Account::GenerateOptions options)
+    : db_(db), options_(options), random_(options.seed) {
+    options_.depth = std::max(1, options_.depth);
+    options_.fanout = std::max(1, options_.fanout);
+}
+
+QString AccountGenerator::nextGuid() {
+    const quint64 hi = random_();
+    const quint64 lo = random_();
+    const QUuid id(quint32(hi >> 32), quint16(hi >> 16), quint16(hi), quint8(lo >> 56),
+                   quint8(lo >> 48), quint8(lo >> 40), quint8(lo >> 32), quint8(lo >> 24),
+                   quint8(lo >> 16), quint8(lo >> 8), quint8(lo));
+    return id.toString(QUuid::WithBraces).toUpper();
+}
+
+void AccountGenerator::planItems() {
+    // Made items per level grow towards the top (level `depth` holds the finished goods).
+    byLevel_.assign(options_.depth + 1, {});
+    double weightSum = 0;
+    for (int level = 1; level <= options_.depth; ++level)
+        weightSum += double(1 << std::min(level, 20));
+    int assigned = 0;
+    for (int level = options_.depth; level >= 1; --level) {
+        int count = level == 1 ? options_.boms - assigned
+                               : int(options_.boms * double(1 << std::min(level, 20)) / weightSum);
+        count = std::max(0, std::min(count, options_.boms - assigned));
+        for (int i = 0; i < count; ++i) {
+            byLevel_[level].push_back(int(items_.size()));
+            items_.push_back({QStringLiteral("G%1-%2").arg(level).arg(i + 1, 6, 10, QChar('0')),
+                              nextGuid(), level});
+        }
+        assigned += count;
+    }
+    const int purchased = std::max(options_.fanout * 10, options_.boms / 5);
+    for (int i = 0; i < purchased; ++i) {
+        byLevel_[0].push_back(int(items_.size()));
+        items_.push_back({QStringLiteral("P-%1").arg(i + 1, 6, 10, QChar('0')), QString(), 0});
+    }
+}
+
+void AccountGenerator::writeMasterData() {
+    db_.exec(QStringLiteral("INSERT INTO ComputationGroup(cGroupCode, cGroupName, iGroupType) "
+                            "VALUES ('GEN','生成数据',0) ON CONFLICT DO NOTHING"));
+    db_.exec(QStringLiteral("INSERT INTO ComputationUnit(cComUnitCode, cComUnitName, cGroupCode, "
+                            "bMainUnit, iChangRate) VALUES ('GEN','个','GEN',1,1) "
+                            "ON CONFLICT DO NOTHING"));
+    const int firstId =
+        db_.scalar(QStringLiteral("SELECT COALESCE(MAX(iId),0) FROM Inventory")).toInt() + 1;
+    QSqlQuery insert = db_.prepare(QStringLiteral(
+        "INSERT INTO Inventory(iId, cInvCode, cInvName, cComunitCode, cGroupCode, iGroupType, "
+        "bself, bPurchase, iPlanPolicy) VALUES (?,?,?,'GEN','GEN',0,?,?,1)"));
+    for (std::size_t i = 0; i < items_.size(); ++i) {
+        const Item& item = items_[i];
+        const bool made = item.level > 0;
+        db_.run(insert, {firstId + int(i), item.code,
+                         (made ? QStringLiteral("生成件 ") : QStringLiteral("生成料 ")) + item.code,
+                         made ? 1 : 0, made ? 0 : 1});
+    }
+}
+
+void AccountGenerator::writeBoms() {
+    QSqlQuery header = db_.prepare(QStringLiteral(
+        "INSERT INTO ProductStructure(iautoid, cpspcode, bexpand, bStopFlag, bmrcbbom) "
+        "VALUES (?,?,1,0,1) RETURNING ID"));
+    QSqlQuery line = db_.prepare(QStringLiteral(
+        "INSERT INTO ProductStructures(ipid, psid, cpspcode, cpscode, ipsquantity, tdqtyd, "
+        "iwasterate, WIPType, ReplaceFlag, childguid) VALUES (?,?,?,?,?,1,0,3,0,?)"));
+    std::map<std::pair<QString, QString>, double> totals;
+    std::uniform_int_distribution<int> quantity(1, 9);
+    for (int level = 1; level <= options_.depth; ++level) {
+        const std::vector<int>& below = byLevel_[level - 1];
+        const std::vector<int>& purchased = byLevel_[0];
+        for (int parentIndex : byLevel_[level]) {
+            const Item& parent = items_[parentIndex];
+            db_.run(header, {parent.guid, parent.code});
+            header.next();
+            const qint64 id = header.value(0).toLongLong();
+            header.finish();
+            std::vector<int> chosen;
+            for (int n = 0; int(chosen.size()) < options_.fanout && n < options_.fanout * 4; ++n) {
+                const std::vector<int>& pool = (n % 2 == 0 && !below.empty()) ? below : purchased;
+                const int pick = pool[std::uniform_int_distribution<std::size_t>(
+                    0, pool.size() - 1)(random_)];
+                if (std::find(chosen.begin(), chosen.end(), pick) == chosen.end())
+                    chosen.push_back(pick);
+            }
+            for (int componentIndex : chosen) {
+                const Item& component = items_[componentIndex];
+                const double qty = quantity(random_);
+                db_.run(line, {parent.guid, id, parent.code, component.code, qty,
+                               component.guid.isEmpty() ? QVariant() : QVariant(component.guid)});
+                totals[{parent.code, component.code}] += qty;
+            }
+        }
+    }
+    QSqlQuery total = db_.prepare(QStringLiteral(
+        "INSERT INTO ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) VALUES (?,?,?)"));
+    for (const auto& [pair, sum] : totals)
+        db_.run(total, {pair.first, pair.second, sum});
+}
+
+void AccountGenerator::run() {
+    planItems();
+    db::Transaction tx(db_);
+    writeMasterData();
+    writeBoms();
+    tx.commit();
+}
+
+} // namespace bom::suite

@@ -1,0 +1,144 @@
+#include "RightsStore.h"
+
+#include "db/Database.h"
+
+namespace bom::suite {
+namespace {
+
+struct KindInfo {
+    const char* kind;
+    const char* table;
+    const char* codeColumn; // the code the rights list holds
+};
+
+const KindInfo kKinds[] = {
+    {"inventory", "Inventory", "cInvCode"},
+    {"department", "Department", "cDepCode"},
+    {"person", "Person", "cPersonCode"},
+    {"warehouse", "Warehouse", "cWhCode"},
+    {"function", "sys_function", "cfunccode"},
+};
+
+const KindInfo* infoOf(const QString& kind) {
+    for (const KindInfo& info : kKinds)
+        if (kind == QLatin1String(info.kind))
+            return &info;
+    return nullptr;
+}
+
+} // namespace
+
+const QStringList& RightsStore::kinds() {
+    static const QStringList all = [] {
+        QStringList names;
+        for (const KindInfo& info : kKinds)
+            names << QLatin1String(info.kind);
+        return names;
+    }();
+    return all;
+}
+
+QString RightsStore::tableOf(const QString& kind) {
+    const KindInfo* info = infoOf(kind);
+    return info && isRowKind(kind) ? QLatin1String(info->table) : QString();
+}
+
+std::optional<QString> RightsStore::kindOfTable(const QString& table) {
+    for (const KindInfo& info : kKinds)
+        if (isRowKind(QLatin1String(info.kind)) &&
+            table.compare(QLatin1String(info.table), Qt::CaseInsensitive) == 0)
+            return QString::fromLatin1(info.kind);
+    return std::nullopt;
+}
+
+QString RightsStore::scopeName(Scope scope) {
+    switch (scope) {
+    case Scope::All:
+        return QStringLiteral("all");
+    case Scope::None:
+        return QStringLiteral("none");
+    case Scope::List:
+        return QStringLiteral("list");
+    }
+    return {};
+}
+
+RightsStore::Scope RightsStore::scope(const QString& userId, const QString& kind) {
+    const QString stored =
+        db_.scalar(QStringLiteral("SELECT cscope FROM sys_right_scope WHERE cuserid=? AND ckind=?"),
+                   {userId, kind})
+            .toString();
+    if (stored == QLatin1String("list"))
+        return Scope::List;
+    if (stored == QLatin1String("none"))
+        return Scope::None;
+    if (stored == QLatin1String("all"))
+        return Scope::All;
+    return isRowKind(kind) ? Scope::All : Scope::None;
+}
+
+QStringList RightsStore::codes(const QString& userId, const QString& kind) {
+    const db::Rows rows = db_.query(
+        QStringLiteral("SELECT ccode FROM sys_right WHERE cuserid=? AND ckind=? ORDER BY ccode"),
+        {userId, kind});
+    QStringList out;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out << rows.text(i, "ccode");
+    return out;
+}
+
+bool RightsStore::allows(const QString& userId, const QString& kind, const QString& code) {
+    switch (scope(userId, kind)) {
+    case Scope::All:
+        return true;
+    case Scope::None:
+        return false;
+    case Scope::List:
+        break;
+    }
+    return db_.scalar(QStringLiteral("SELECT count(*) FROM sys_right WHERE cuserid=? AND ckind=? "
+                                     "AND ccode=?"),
+                      {userId, kind, code})
+               .toInt() > 0;
+}
+
+void RightsStore::setScope(const QString& userId, const QString& kind, Scope scope) {
+    db_.exec(QStringLiteral("DELETE FROM sys_right_scope WHERE cuserid=? AND ckind=?"),
+             {userId, kind});
+    db_.exec(QStringLiteral("INSERT INTO sys_right_scope(cuserid, ckind, cscope) VALUES (?,?,?)"),
+             {userId, kind, scopeName(scope)});
+    if (scope != Scope::List)
+        db_.exec(QStringLiteral("DELETE FROM sys_right WHERE cuserid=? AND ckind=?"),
+                 {userId, kind});
+}
+
+void RightsStore::grant(const QString& userId, const QString& kind, const QStringList& codes) {
+    if (scope(userId, kind) != Scope::List)
+        setScope(userId, kind, Scope::List);
+    for (const QString& code : codes)
+        db_.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) VALUES (?,?,?) "
+                                "ON CONFLICT DO NOTHING"),
+                 {userId, kind, code});
+}
+
+void RightsStore::revoke(const QString& userId, const QString& kind, const QStringList& codes) {
+    for (const QString& code : codes)
+        db_.exec(QStringLiteral("DELETE FROM sys_right WHERE cuserid=? AND ckind=? AND ccode=?"),
+                 {userId, kind, code});
+}
+
+QStringList RightsStore::unknownCodes(const QString& kind, const QStringList& codes) {
+    const KindInfo* info = infoOf(kind);
+    QStringList unknown;
+    if (!info)
+        return codes;
+    // Table and column come from the fixed list above, never from input.
+    const QString sql = QStringLiteral("SELECT count(*) FROM %1 WHERE %2=?")
+                            .arg(QLatin1String(info->table), QLatin1String(info->codeColumn));
+    for (const QString& code : codes)
+        if (db_.scalar(sql, {code}).toInt() == 0)
+            unknown << code;
+    return unknown;
+}
+
+} // namespace bom::suite

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "suite/Prompter.h"
+
+class QWidget;
+
+namespace bom::suite {
+
+// Message boxes of the desktop program.
+class QtPrompter : public Prompter {
+public:
+    void info(const QString& text, const QString& title, int style) override;
+    Answer ask(const QString& text, const QString& title, int style) override;
+    void setParent(QWidget* parent) { parent_ = parent; }
+
+private:
+    QWidget* parent_ = nullptr;
+};
+
+} // namespace bom::suite
