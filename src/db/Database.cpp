@@ -1,6 +1,7 @@
 #include "Database.h"
 
 #include "DbError.h"
+#include "Identifier.h"
 
 #include <QFileInfo>
 #include <QSqlError>
@@ -42,9 +43,33 @@ QSqlDatabase connect(const DbUrl& url, Database::OpenMode mode, const QString& n
     return db;
 }
 
+// A PostgreSQL account's database is made on first use, through the maintenance database.
+void createPostgresDatabase(const DbUrl& url) {
+    if (!isPlainIdentifier(url.database))
+        throw DbError(QStringLiteral("数据库名不合法：%1").arg(url.database));
+    QString maintenance = url.text;
+    maintenance.chop(url.database.size());
+    auto admin = Database::open(maintenance + QStringLiteral("postgres"));
+    admin->exec(QStringLiteral("CREATE DATABASE %1").arg(url.database));
+}
+
+bool postgresDatabaseMissing(const QString& message) {
+    return message.contains(QLatin1String("does not exist"));
+}
+
 } // namespace
 
 std::unique_ptr<Database> Database::open(const QString& text, OpenMode mode) {
+    if (mode == OpenMode::CreateIfMissing && text.startsWith(QLatin1String("postgres"))) {
+        try {
+            return open(text, OpenMode::ExistingOnly);
+        } catch (const DbError& e) {
+            const auto url = DbUrl::parse(text);
+            if (!url || !postgresDatabaseMissing(e.message()))
+                throw;
+            createPostgresDatabase(*url);
+        }
+    }
     QString why;
     const auto url = DbUrl::parse(text, &why);
     if (!url)

@@ -5,7 +5,6 @@
 #include "RightsStore.h"
 #include "db/Database.h"
 #include "db/DbError.h"
-#include "db/Identifier.h"
 #include "db/SchemaMigrator.h"
 #include "db/SqlScript.h"
 #include "db/Transaction.h"
@@ -16,22 +15,6 @@
 
 namespace bom::suite {
 namespace {
-
-// PostgreSQL accounts get their database made on first use, through the maintenance database.
-void ensurePostgresDatabase(const db::DbUrl& url) {
-    try {
-        db::Database::open(url.text);
-        return;
-    } catch (const db::DbError&) {
-        // Not there yet (or unreachable: the create below reports that).
-    }
-    if (!db::isPlainIdentifier(url.database))
-        throw db::DbError(QStringLiteral("数据库名不合法：%1").arg(url.database));
-    QString maintenance = url.text;
-    maintenance.chop(url.database.size());
-    auto admin = db::Database::open(maintenance + QStringLiteral("postgres"));
-    admin->exec(QStringLiteral("CREATE DATABASE %1").arg(url.database));
-}
 
 } // namespace
 
@@ -71,9 +54,6 @@ std::unique_ptr<db::Database> Account::create(const QString& url, const QString&
     if (parsed->kind == db::Dialect::Kind::Sqlite && !parsed->isMemory() &&
         QFileInfo::exists(parsed->path))
         throw db::DbError(QStringLiteral("账套已存在：%1").arg(parsed->path));
-    if (parsed->kind == db::Dialect::Kind::Postgres)
-        ensurePostgresDatabase(*parsed);
-
     auto db = db::Database::open(url, db::Database::OpenMode::CreateIfMissing);
     if (exists(*db))
         throw db::DbError(QStringLiteral("账套已存在：%1").arg(url));

@@ -1,1 +1,101 @@
-#include <gtest/gtest.h>
+#include "db/DbError.h"
+#include "suite/Account.h"
+#include "suite/RowAuth.h"
+#include "support/TestAccount.h"
+
+using namespace bom;
+
+class AccountTest : public test::BackendTest {
+protected:
+    int count(db::Database& db, const char* sql) {
+        return db.scalar(QString::fromUtf8(sql)).toInt();
+    }
+};
+
+TEST_P(AccountTest, RefusesAnExistingAccount) {
+    account->createDemo();
+    EXPECT_THROW(suite::Account::create(account->url(), QStringLiteral("x"), QStringLiteral("x")),
+                 db::DbError);
+}
+
+TEST_P(AccountTest, DemoDataHoldsTogether) {
+    auto db = account->createDemo();
+    // Lines belong to a header, carry its parent code and ID, and name known items.
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures p LEFT JOIN ProductStructure h "
+                         "ON h.iautoid=p.ipid WHERE h.iautoid IS NULL OR h.cpspcode<>p.cpspcode "
+                         "OR h.ID<>p.psid"),
+              0);
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures p LEFT JOIN Inventory i ON "
+                         "i.cInvCode=p.cpscode WHERE i.cInvCode IS NULL"),
+              0);
+    // childguid names the component's own BOM of the same identity.
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures p JOIN ProductStructure c ON "
+                         "c.iautoid=p.childguid WHERE c.cpspcode<>p.cpscode"),
+              0);
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures WHERE cpscode IN ('FR100', "
+                         "'WH100', 'FK100') AND childguid IS NULL"),
+              0);
+    EXPECT_GE(count(*db, "SELECT count(*) FROM ProductStructures WHERE childguid IN (SELECT "
+                         "iautoid FROM ProductStructure WHERE cpspcode='WH100')"),
+              2); // a shared sub-assembly
+    // Substitutes hang on flagged lines; quantity totals match the lines.
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProstruOpt o LEFT JOIN ProductStructures p ON "
+                         "p.autoid=o.AutoID WHERE p.autoid IS NULL OR p.ReplaceFlag<>1"),
+              0);
+    EXPECT_GT(count(*db, "SELECT count(*) FROM ProstruOpt"), 0);
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructuresEx x WHERE x.iPSQuantity <> "
+                         "(SELECT SUM(ipsquantity) FROM ProductStructures p WHERE "
+                         "p.cpspcode=x.cPSPCode AND p.cpscode=x.cPSCode)"),
+              0);
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM (SELECT cpspcode FROM ProductStructure WHERE "
+                         "bmrcbbom=1 GROUP BY cpspcode HAVING count(*)>1) t"),
+              0);
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructure WHERE length(iautoid)<>38"), 0);
+    // The order BOM is linked from its sales order line.
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM so_sodetails d JOIN ProductStructure h ON "
+                         "h.iautoid=d.bomid AND h.csocode=d.cbomsocode"),
+              1);
+    // Views carry display texts.
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT wiptype FROM PP_BomCardBody WHERE cpscode='PT100'"))
+                  .toString(),
+              QStringLiteral("入库倒冲"));
+}
+
+TEST_P(AccountTest, GeneratedAccountsAreDeterministicAndLevelled) {
+    auto fingerprint = [&](test::TestAccount& target, quint32 seed) {
+        auto db = suite::Account::create(target.url(), QStringLiteral("demo"), QStringLiteral("d"));
+        suite::Account::generate(*db, {300, 3, 6, seed});
+        return std::make_tuple(count(*db, "SELECT count(*) FROM ProductStructure"),
+                               count(*db, "SELECT count(*) FROM ProductStructures"),
+                               db->scalar(QStringLiteral("SELECT MIN(iautoid) FROM "
+                                                         "ProductStructure"))
+                                   .toString(),
+                               count(*db, "SELECT count(*) FROM ProductStructures WHERE "
+                                          "childguid IS NOT NULL"));
+    };
+    test::TestAccount other(GetParam());
+    test::TestAccount third(GetParam());
+    const auto a = fingerprint(*account, 7);
+    EXPECT_EQ(std::get<0>(a), 300);
+    EXPECT_EQ(std::get<1>(a), 300 * 6);
+    EXPECT_GT(std::get<3>(a), 0); // made items are used as components
+    EXPECT_EQ(a, fingerprint(other, 7));
+    EXPECT_NE(std::get<2>(a), std::get<2>(fingerprint(third, 8)));
+}
+
+TEST_P(AccountTest, RowRightsOfTheRestrictedOperator) {
+    account->createDemo();
+    suite::RowAuth all;
+    ASSERT_TRUE(all.Init(account->url(), QStringLiteral("demo")));
+    EXPECT_EQ(all.GetAuthString(QStringLiteral("Inventory")), QString());
+    suite::RowAuth wang;
+    ASSERT_TRUE(wang.Init(account->url(), QStringLiteral("wang")));
+    EXPECT_EQ(wang.GetAuthString(QStringLiteral("Department")), QStringLiteral("'0201','0202'"));
+    EXPECT_EQ(wang.GetAuthString(QStringLiteral("Warehouse")), QStringLiteral("'02'"));
+    EXPECT_EQ(wang.GetAuthString(QStringLiteral("Person")), QString());
+    EXPECT_EQ(wang.rights(QStringLiteral("Inventory")).ids.size(), 4);
+    EXPECT_TRUE(wang.HasRecordRight(QStringLiteral("Department"), QStringLiteral("0202")));
+    EXPECT_FALSE(wang.HasRecordRight(QStringLiteral("Department"), QStringLiteral("0101")));
+}
+
+BOM_INSTANTIATE_BACKENDS(AccountTest);
