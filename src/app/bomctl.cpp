@@ -9,7 +9,9 @@ using namespace bom::app;
 
 namespace {
 
-std::vector<Command> allCommands() { return accountCommands(); }
+std::vector<Command> allCommands() {
+    return accountCommands();
+}
 
 void printHelp(const std::vector<Command>& commands) {
     std::puts("bomctl COMMAND [ARGS] [--db URL] [--user ID] [--json] [--yes|--no|--answer a,b,…]");

@@ -108,7 +108,9 @@ Database::~Database() {
     QSqlDatabase::removeDatabase(connectionName_);
 }
 
-bool Database::isOpen() const { return handle_.isOpen(); }
+bool Database::isOpen() const {
+    return handle_.isOpen();
+}
 
 QSqlQuery Database::prepare(const QString& sql) {
     QSqlQuery query(handle_);

@@ -40,7 +40,9 @@ public:
         // the busy time-out makes a second writer wait instead of failing at once.
         return {QStringLiteral("PRAGMA foreign_keys=ON"), QStringLiteral("PRAGMA journal_mode=WAL"),
                 QStringLiteral("PRAGMA busy_timeout=120000"),
-                QStringLiteral("PRAGMA case_sensitive_like=OFF")};
+                QStringLiteral("PRAGMA case_sensitive_like=OFF"),
+                // Large accounts (100,000 BOMs) keep their hot indexes in memory.
+                QStringLiteral("PRAGMA cache_size=-131072")};
     }
 };
 

@@ -7,7 +7,9 @@ Rows::Rows(QStringList columns) : columns_(std::move(columns)) {
         index_.insert(columns_[i].toLower(), i);
 }
 
-int Rows::columnIndex(const QString& name) const { return index_.value(name.toLower(), -1); }
+int Rows::columnIndex(const QString& name) const {
+    return index_.value(name.toLower(), -1);
+}
 
 QVariant Rows::value(std::size_t row, const QString& column) const {
     const int i = columnIndex(column);

@@ -5,7 +5,9 @@
 
 namespace bom::db {
 
-Transaction::Transaction(Database& db) : db_(db) { db_.begin(); }
+Transaction::Transaction(Database& db) : db_(db) {
+    db_.begin();
+}
 
 Transaction::~Transaction() {
     if (done_)

@@ -124,9 +124,8 @@ void IProduct::LoadAuthStrings() {
                   QStringLiteral("(Department.cDepCode in  ("), QStringLiteral("))"));
     s.gAuthPerson = condition(QStringLiteral("Person"), QStringLiteral("(1=1)"),
                               QStringLiteral("(Person.CPersonCode in ("), QStringLiteral("))"));
-    s.gAuthWarehouse =
-        condition(QStringLiteral("Warehouse"), QStringLiteral("(1=1)"),
-                  QStringLiteral("(Warehouse.CWhCode in ("), QStringLiteral("))"));
+    s.gAuthWarehouse = condition(QStringLiteral("Warehouse"), QStringLiteral("(1=1)"),
+                                 QStringLiteral("(Warehouse.CWhCode in ("), QStringLiteral("))"));
 }
 
 } // namespace bom::entry

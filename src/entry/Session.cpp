@@ -18,6 +18,8 @@ bool Session::OpenConnection() {
     }
 }
 
-void Session::ShowInfo(const QString& text) { prompter.ShowInfo(text); }
+void Session::ShowInfo(const QString& text) {
+    prompter.ShowInfo(text);
+}
 
 } // namespace bom::entry

@@ -14,9 +14,7 @@
 #include <QUuid>
 
 namespace bom::suite {
-namespace {
-
-} // namespace
+namespace {} // namespace
 
 bool Account::exists(db::Database& db) {
     return db.relationExists(QStringLiteral("sys_operator"));

@@ -91,8 +91,8 @@ void AccountGenerator::writeBoms() {
             std::vector<int> chosen;
             for (int n = 0; int(chosen.size()) < options_.fanout && n < options_.fanout * 4; ++n) {
                 const std::vector<int>& pool = (n % 2 == 0 && !below.empty()) ? below : purchased;
-                const int pick = pool[std::uniform_int_distribution<std::size_t>(
-                    0, pool.size() - 1)(random_)];
+                const int pick =
+                    pool[std::uniform_int_distribution<std::size_t>(0, pool.size() - 1)(random_)];
                 if (std::find(chosen.begin(), chosen.end(), pick) == chosen.end())
                     chosen.push_back(pick);
             }

@@ -24,7 +24,9 @@ bool ColumnSettings::Init(const QString& url, const QString& userId, QString* er
     }
 }
 
-QString ColumnSettings::getColInfo(const QString& key, int) const { return key; }
+QString ColumnSettings::getColInfo(const QString& key, int) const {
+    return key;
+}
 
 std::vector<ColumnSetting> ColumnSettings::GetColset(const QString& key, int) {
     const QString sql = QStringLiteral(
@@ -35,9 +37,9 @@ std::vector<ColumnSetting> ColumnSettings::GetColset(const QString& key, int) {
         rows = db_->query(sql, {key, QString()});
     std::vector<ColumnSetting> columns;
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        ColumnSetting c{rows.text(i, "cfieldname"), rows.text(i, "ccaption"),
+        ColumnSetting c{rows.text(i, "cfieldname"),          rows.text(i, "ccaption"),
                         rows.value(i, "bshow").toInt() != 0, rows.value(i, "iwidth").toInt(),
-                        rows.text(i, "csort").toLower(), rows.value(i, "isortorder").toInt()};
+                        rows.text(i, "csort").toLower(),     rows.value(i, "isortorder").toInt()};
         if (db::isPlainIdentifier(c.fieldName))
             columns.push_back(c);
     }

@@ -14,9 +14,13 @@
 namespace bom::suite {
 namespace {
 
-qint64 now() { return QDateTime::currentSecsSinceEpoch(); }
+qint64 now() {
+    return QDateTime::currentSecsSinceEpoch();
+}
 
-bool processAlive(qint64 pid) { return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM); }
+bool processAlive(qint64 pid) {
+    return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM);
+}
 
 QString describeHolder(const db::Rows& rows, std::size_t i) {
     return QStringLiteral("操作员[%1]%2 (主机 %3，进程 %4)")
@@ -71,10 +75,10 @@ bool LockService::acquire(const QString& key, bool shared, QString* refusal) {
              {key});
     db_.exec(QStringLiteral("UPDATE sys_lock_key SET ckey=ckey WHERE ckey=?"), {key});
     removeStale(key);
-    const db::Rows holders = db_.query(
-        QStringLiteral("SELECT cuserid, cusername, chost, ipid, bshared FROM sys_lock "
-                       "WHERE ckey=? AND csession<>?"),
-        {key, owner_.session});
+    const db::Rows holders =
+        db_.query(QStringLiteral("SELECT cuserid, cusername, chost, ipid, bshared FROM sys_lock "
+                                 "WHERE ckey=? AND csession<>?"),
+                  {key, owner_.session});
     for (std::size_t i = 0; i < holders.size(); ++i) {
         if (shared && holders.value(i, "bshared").toInt() == 1)
             continue;

@@ -1,8 +1,8 @@
 #include "Login.h"
 
+#include "RightsStore.h"
 #include "db/Database.h"
 #include "db/DbError.h"
-#include "RightsStore.h"
 
 #include <QCryptographicHash>
 

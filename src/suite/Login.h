@@ -27,7 +27,7 @@ public:
     QString QzDbName; // the account URL
     QString cUserId;
     QString cUserName;
-    QDate CurDate;     // the business date of the session
+    QDate CurDate;       // the business date of the session
     QString ShareString; // the text of the last refusal of TaskExec
 
     // mode -1 claims task `code` for this session, 0 ends it. A refused claim answers false

@@ -78,7 +78,8 @@ MatchCondition PublicService::CreateMatchStr(const QString&, const QString& colu
         const QString name = column.trimmed();
         if (!db::isPlainIdentifier(name))
             continue;
-        parts << QStringLiteral("lower(CAST(%1 AS VARCHAR(200))) LIKE lower(?) ESCAPE '\\'").arg(name);
+        parts << QStringLiteral("lower(CAST(%1 AS VARCHAR(200))) LIKE lower(?) ESCAPE '\\'")
+                     .arg(name);
         params << QStringLiteral("%") + pattern + QStringLiteral("%");
     }
     if (parts.isEmpty())

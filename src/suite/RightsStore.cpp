@@ -12,10 +12,8 @@ struct KindInfo {
 };
 
 const KindInfo kKinds[] = {
-    {"inventory", "Inventory", "cInvCode"},
-    {"department", "Department", "cDepCode"},
-    {"person", "Person", "cPersonCode"},
-    {"warehouse", "Warehouse", "cWhCode"},
+    {"inventory", "Inventory", "cInvCode"},    {"department", "Department", "cDepCode"},
+    {"person", "Person", "cPersonCode"},       {"warehouse", "Warehouse", "cWhCode"},
     {"function", "sys_function", "cfunccode"},
 };
 

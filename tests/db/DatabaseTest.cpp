@@ -27,15 +27,40 @@ TEST_P(DatabaseTest, MigratesAnEmptyDatabaseOnceAndAgainIsANoOp) {
     EXPECT_EQ(db::SchemaMigrator::migrate(*db), db::SchemaMigrator::latestVersion());
     EXPECT_EQ(db::SchemaMigrator::migrate(*db), 0);
     EXPECT_EQ(db::SchemaMigrator::currentVersion(*db), db::SchemaMigrator::latestVersion());
-    for (const char* name : {"ProductStructure", "ProductStructures", "ProductStructureEx",
-                             "ProductStructuresEx", "ProstruOpt", "so_sodetails", "Inventory",
-                             "InventoryClass", "Warehouse", "Department", "Person",
-                             "ComputationUnit", "ComputationGroup", "CA_Predf", "PP_RoutMainRef_V",
-                             "so_somain", "InventoryColorFree", "userdef", "userdefine",
-                             "ca_MenuDef", "AccInformation", "GL_bdigest", "vouchers",
-                             "voucheritems", "voucheritems_prn", "VoucherTemplates", "vouchlog",
-                             "vouchlogs", "pp_q_bomtreet", "pp_q_bomtreew", "PP_BomCardHead",
-                             "PP_BomCardBody", "PP_OptCardHead", "PP_OptCardBody"})
+    for (const char* name : {"ProductStructure",
+                             "ProductStructures",
+                             "ProductStructureEx",
+                             "ProductStructuresEx",
+                             "ProstruOpt",
+                             "so_sodetails",
+                             "Inventory",
+                             "InventoryClass",
+                             "Warehouse",
+                             "Department",
+                             "Person",
+                             "ComputationUnit",
+                             "ComputationGroup",
+                             "CA_Predf",
+                             "PP_RoutMainRef_V",
+                             "so_somain",
+                             "InventoryColorFree",
+                             "userdef",
+                             "userdefine",
+                             "ca_MenuDef",
+                             "AccInformation",
+                             "GL_bdigest",
+                             "vouchers",
+                             "voucheritems",
+                             "voucheritems_prn",
+                             "VoucherTemplates",
+                             "vouchlog",
+                             "vouchlogs",
+                             "pp_q_bomtreet",
+                             "pp_q_bomtreew",
+                             "PP_BomCardHead",
+                             "PP_BomCardBody",
+                             "PP_OptCardHead",
+                             "PP_OptCardBody"})
         EXPECT_TRUE(db->relationExists(QLatin1String(name))) << name;
 }
 
@@ -60,9 +85,10 @@ TEST_P(DatabaseTest, HeaderVersionGrowsOnEveryUpdateAndLinesFollowTheirHeader) {
         QStringLiteral("INSERT INTO ProductStructures(ipid, cpspcode, cpscode, ipsquantity) "
                        "VALUES (?, 'BK100', 'SD100', 1) RETURNING autoid"),
         {id});
-    EXPECT_EQ(db->scalar(QStringLiteral("SELECT psid FROM ProductStructures WHERE autoid=?"), {line})
-                  .toLongLong(),
-              headerId);
+    EXPECT_EQ(
+        db->scalar(QStringLiteral("SELECT psid FROM ProductStructures WHERE autoid=?"), {line})
+            .toLongLong(),
+        headerId);
 }
 
 TEST_P(DatabaseTest, TransactionsRollBackUnlessCommittedAndValuesStayText) {

@@ -1,5 +1,5 @@
-#include "db/DbError.h"
 #include "suite/Account.h"
+#include "db/DbError.h"
 #include "suite/RowAuth.h"
 #include "support/TestAccount.h"
 

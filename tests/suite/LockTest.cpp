@@ -1,6 +1,6 @@
 #include "suite/Login.h"
-#include "suite/PublicService.h"
 #include "suite/Prompter.h"
+#include "suite/PublicService.h"
 #include "support/TestAccount.h"
 
 #include <QProcess>

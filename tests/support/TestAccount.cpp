@@ -21,7 +21,9 @@ void ensureApplication() {
     new QCoreApplication(argc, argv);
 }
 
-QString pgAdminUrl() { return qEnvironmentVariable("BOM_TEST_PG_URL"); }
+QString pgAdminUrl() {
+    return qEnvironmentVariable("BOM_TEST_PG_URL");
+}
 
 // The server part of the admin URL, to which a database name is appended.
 QString pgServerPrefix() {

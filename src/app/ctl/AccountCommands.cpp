@@ -57,9 +57,9 @@ int runInit(CtlContext& ctx) {
     QElapsedTimer timer;
     timer.start();
     try {
-        auto db = suite::Account::create(words->first(), user, user == QLatin1String("demo")
-                                                                   ? QStringLiteral("演示操作员")
-                                                                   : user);
+        auto db = suite::Account::create(
+            words->first(), user,
+            user == QLatin1String("demo") ? QStringLiteral("演示操作员") : user);
         if (demo)
             suite::Account::loadDemo(*db);
         if (options.boms > 0)
@@ -69,7 +69,8 @@ int runInit(CtlContext& ctx) {
         return ctx.fail(exists ? ExitRefused : ExitDatabase, e.message());
     }
     const double seconds = timer.elapsed() / 1000.0;
-    ctx.printLine(QStringLiteral("账套已建立：%1（%2 秒）").arg(words->first()).arg(seconds, 0, 'f', 1));
+    ctx.printLine(
+        QStringLiteral("账套已建立：%1（%2 秒）").arg(words->first()).arg(seconds, 0, 'f', 1));
     return ctx.finish(ExitOk, {{"url", words->first()}, {"user", user}, {"seconds", seconds}});
 }
 
@@ -87,7 +88,8 @@ template <typename Write> int writeInTransaction(CtlContext& ctx, Write write) {
 }
 
 bool operatorExists(CtlContext& ctx, const QString& id) {
-    return ctx.db().scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid=?"), {id})
+    return ctx.db()
+               .scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid=?"), {id})
                .toInt() > 0;
 }
 
@@ -105,8 +107,8 @@ int runOperator(CtlContext& ctx) {
         QJsonArray out;
         for (std::size_t i = 0; i < rows.size(); ++i) {
             ctx.printLine(rows.text(i, "cuserid") + '\t' + rows.text(i, "cusername"));
-            out.append(QJsonObject{{"id", rows.text(i, "cuserid")},
-                                   {"name", rows.text(i, "cusername")}});
+            out.append(
+                QJsonObject{{"id", rows.text(i, "cuserid")}, {"name", rows.text(i, "cusername")}});
         }
         return ctx.finish(ExitOk, {{"rows", out}});
     }
@@ -114,7 +116,8 @@ int runOperator(CtlContext& ctx) {
         const QString id = words->at(1).trimmed();
         const QString name = words->at(2).trimmed();
         if (id.isEmpty() || id.size() > 20 || name.isEmpty() || name.size() > 60)
-            return ctx.fail(ExitRefused, QStringLiteral("操作员编码（1–20 字）和名称（1–60 字）不能为空！"));
+            return ctx.fail(ExitRefused,
+                            QStringLiteral("操作员编码（1–20 字）和名称（1–60 字）不能为空！"));
         QString password;
         if (askPassword)
             password = QTextStream(stdin).readLine();
@@ -147,8 +150,8 @@ int showRights(CtlContext& ctx, const QString& id, const QStringList& kinds) {
     for (const QString& kind : kinds) {
         const auto scope = store.scope(id, kind);
         const QStringList codes = store.codes(id, kind);
-        ctx.printLine(QStringLiteral("%1\t%2\t%3").arg(kind, RightsStore::scopeName(scope),
-                                                       codes.join(' ')));
+        ctx.printLine(
+            QStringLiteral("%1\t%2\t%3").arg(kind, RightsStore::scopeName(scope), codes.join(' ')));
         out.append(QJsonObject{{"kind", kind},
                                {"scope", RightsStore::scopeName(scope)},
                                {"codes", QJsonArray::fromStringList(codes)}});
@@ -178,7 +181,8 @@ int runRights(CtlContext& ctx) {
         return showRights(ctx, id, kinds);
     const bool grant = verb == QLatin1String("grant");
     if ((!grant && verb != QLatin1String("revoke")) || words->size() < 3)
-        return ctx.usage(QStringLiteral("rights show ID [KIND] | grant|revoke ID KIND [CODE…] [--all|--none]"));
+        return ctx.usage(
+            QStringLiteral("rights show ID [KIND] | grant|revoke ID KIND [CODE…] [--all|--none]"));
     if (codes.isEmpty() && !all && !none)
         return ctx.usage(QStringLiteral("请给出编码，或 --all / --none"));
     RightsStore store(ctx.db());
@@ -189,7 +193,8 @@ int runRights(CtlContext& ctx) {
         } else if (grant) {
             const QStringList unknown = store.unknownCodes(kind, codes);
             if (!unknown.isEmpty())
-                return ctx.fail(ExitRefused, QStringLiteral("编码不存在：%1").arg(unknown.join(' ')));
+                return ctx.fail(ExitRefused,
+                                QStringLiteral("编码不存在：%1").arg(unknown.join(' ')));
             store.grant(id, kind, codes);
         } else {
             if (store.scope(id, kind) != RightsStore::Scope::List)

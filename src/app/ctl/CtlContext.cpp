@@ -34,13 +34,12 @@ std::optional<suite::Prompter::Answer> parseAnswer(const QString& word) {
 
 } // namespace
 
-suite::Prompter::Answer ConsolePrompter::ask(const QString& text, const QString& title,
-                                             int style) {
+suite::Prompter::Answer ConsolePrompter::ask(const QString& text, const QString& title, int style) {
     if (scripted_ || !interactive_)
         return ScriptedPrompter::ask(text, title, style);
-    writeErr(QStringLiteral("[%1] %2 (%3)")
-                 .arg(title, text, isThreeWay(style) ? QStringLiteral("y/n/c")
-                                                     : QStringLiteral("y/n")));
+    writeErr(
+        QStringLiteral("[%1] %2 (%3)")
+            .arg(title, text, isThreeWay(style) ? QStringLiteral("y/n/c") : QStringLiteral("y/n")));
     QTextStream in(stdin);
     const auto answer = parseAnswer(in.readLine());
     queueAnswer(answer.value_or(declined(style)));
@@ -57,9 +56,9 @@ void ConsolePrompter::shown(const Prompt& prompt) {
             o.insert("answer", answerName(prompt.answer));
         writeJson(o);
     } else if (!prompt.question || scripted_ || !interactive_) {
-        writeErr(QStringLiteral("[%1] %2").arg(prompt.title, prompt.text) +
-                 (prompt.question ? QStringLiteral(" -> ") + answerName(prompt.answer)
-                                  : QString()));
+        writeErr(
+            QStringLiteral("[%1] %2").arg(prompt.title, prompt.text) +
+            (prompt.question ? QStringLiteral(" -> ") + answerName(prompt.answer) : QString()));
     }
 }
 
@@ -117,7 +116,8 @@ int CtlContext::startSession() {
         return usage(QStringLiteral("需要操作员：--user ID 或环境变量 BOM_USER"));
     QString error;
     suite::Login::Failure failure = suite::Login::Failure::None;
-    login_ = suite::Login::SignIn(url, user, qEnvironmentVariable("BOM_PASSWORD"), &error, &failure);
+    login_ =
+        suite::Login::SignIn(url, user, qEnvironmentVariable("BOM_PASSWORD"), &error, &failure);
     if (!login_)
         return fail(failure == suite::Login::Failure::Database ? ExitDatabase : ExitRefused, error,
                     QStringLiteral("登录"));
@@ -127,14 +127,15 @@ int CtlContext::startSession() {
         return ExitOk;
     if (prompter_->prompts().empty())
         prompter_->ShowInfo(QStringLiteral("操作员[%1]没有“物料清单”功能的权限！").arg(user));
-    const bool unreachable =
-        !product_->session().gClsCommon || !product_->session().gClsCommon->Status() ||
-        (product_->session().running() && !product_->session().gConn);
+    const bool unreachable = !product_->session().gClsCommon ||
+                             !product_->session().gClsCommon->Status() ||
+                             (product_->session().running() && !product_->session().gConn);
     return finish(unreachable ? ExitDatabase : ExitRefused);
 }
 
 int CtlContext::usage(const QString& message) {
-    return fail(ExitUsage, message + QStringLiteral("\n用法见 bomctl help"), QStringLiteral("用法"));
+    return fail(ExitUsage, message + QStringLiteral("\n用法见 bomctl help"),
+                QStringLiteral("用法"));
 }
 
 int CtlContext::fail(int status, const QString& message, const QString& title) {

@@ -22,6 +22,8 @@ SignInDialog::SignInDialog(const QString& userId, const QString& message, QWidge
     form->addRow(buttons);
 }
 
-QString SignInDialog::password() const { return password_->text(); }
+QString SignInDialog::password() const {
+    return password_->text();
+}
 
 } // namespace bom::suite
