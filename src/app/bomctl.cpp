@@ -1,6 +1,7 @@
 // bomctl: the BOM module's services from a shell, one session per command.
 #include "ctl/Commands.h"
 #include "ctl/CtlContext.h"
+#include "db/DbError.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -10,7 +11,10 @@ using namespace bom::app;
 namespace {
 
 std::vector<Command> allCommands() {
-    return accountCommands();
+    std::vector<Command> all = accountCommands();
+    for (const Command& c : bomCommands())
+        all.push_back(c);
+    return all;
 }
 
 void printHelp(const std::vector<Command>& commands) {
@@ -37,7 +41,12 @@ int main(int argc, char** argv) {
     for (const Command& command : commands)
         if (name == QLatin1String(command.name)) {
             CtlContext ctx(name, CtlArgs(words));
-            return command.run(ctx);
+            try {
+                return command.run(ctx);
+            } catch (const bom::db::DbError& e) {
+                // A command that did not expect the failure still ends with its status.
+                return ctx.fail(ExitDatabase, e.message());
+            }
         }
     CtlContext ctx(name, CtlArgs(words));
     return ctx.usage(QStringLiteral("未知命令：%1").arg(name));

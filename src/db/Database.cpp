@@ -121,8 +121,12 @@ QSqlQuery Database::prepare(const QString& sql) {
 }
 
 void Database::run(QSqlQuery& query, const Params& params) {
-    for (int i = 0; i < params.size(); ++i)
-        query.bindValue(i, params[i]);
+    for (int i = 0; i < params.size(); ++i) {
+        // NULL is an invalid QVariant; a text that happens to be a null QString is empty text.
+        const QVariant& value = params[i];
+        const bool nullText = value.typeId() == QMetaType::QString && value.toString().isNull();
+        query.bindValue(i, nullText ? QVariant(QStringLiteral("")) : value);
+    }
     if (!query.exec())
         throw DbError(errorText(query.lastError()), query.lastQuery());
 }

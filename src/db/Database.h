@@ -14,7 +14,8 @@ namespace bom::db {
 using Params = QVariantList;
 
 // One connection to an account database. Every value reaches SQL as a bound parameter ('?'
-// placeholders); failures throw DbError with the driver's text.
+// placeholders); QVariant() binds NULL, any QString (even a null one) binds text. Failures
+// throw DbError with the driver's text.
 class Database {
 public:
     enum class OpenMode { ExistingOnly, CreateIfMissing };

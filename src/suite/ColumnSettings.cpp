@@ -34,7 +34,7 @@ std::vector<ColumnSetting> ColumnSettings::GetColset(const QString& key, int) {
         "WHERE ckey=? AND cuserid=? ORDER BY iorder");
     db::Rows rows = db_->query(sql, {key, userId_});
     if (rows.empty())
-        rows = db_->query(sql, {key, QString()});
+        rows = db_->query(sql, {key, QStringLiteral("")}); // the account default
     std::vector<ColumnSetting> columns;
     for (std::size_t i = 0; i < rows.size(); ++i) {
         ColumnSetting c{rows.text(i, "cfieldname"),          rows.text(i, "ccaption"),

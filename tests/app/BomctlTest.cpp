@@ -140,4 +140,47 @@ TEST_P(BomctlTest, TheFunctionLockIsExclusiveUnlessTheAccountSharesIt) {
     holder.waitForFinished();
 }
 
+TEST_P(BomctlTest, ListsShowsAndLooksUpForEachOperator) {
+    auto rows = [&](const char* user, QStringList args) {
+        args << QStringLiteral("--json");
+        const auto run = as(user, args);
+        EXPECT_EQ(run.status, 0) << run.err.toStdString() << run.out.toStdString();
+        return lastJson(run.out).value("rows").toArray();
+    };
+    EXPECT_EQ(rows("demo", {QStringLiteral("list")}).size(), 8);
+    const QJsonArray garments = rows("wang", {QStringLiteral("list")});
+    ASSERT_EQ(garments.size(), 2);
+    EXPECT_EQ(garments.at(0).toObject().value("cpspcode").toString(), QStringLiteral("GT100"));
+    EXPECT_EQ(rows("demo", {QStringLiteral("list"), QStringLiteral("--where"),
+                            QStringLiteral("cpspcode=BK200")})
+                  .size(),
+              2);
+    const auto badField = as(
+        "demo", {QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("1=1 or x=y")});
+    EXPECT_EQ(badField.status, 1);
+
+    const QString id = garments.at(0).toObject().value("iautoid").toString();
+    EXPECT_EQ(rows("wang", {QStringLiteral("lines"), id}).size(), 3);
+    const auto csv = as(
+        "wang", {QStringLiteral("lines"), id, QStringLiteral("--format"), QStringLiteral("csv")});
+    EXPECT_EQ(csv.out.trimmed().split('\n').size(), 4); // heading and three lines
+
+    const auto shown = as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")});
+    const QJsonObject card = lastJson(shown.out).value("card").toObject();
+    EXPECT_EQ(card.value("header").toObject().value("iautoid").toString(), id);
+    EXPECT_EQ(card.value("lines").toArray().size(), 3);
+    EXPECT_EQ(card.value("lines").toArray().at(0).toObject().value("editprop").toString(),
+              QString());
+    const auto xml =
+        as("demo", {QStringLiteral("show"), id, QStringLiteral("--format"), QStringLiteral("xml")});
+    EXPECT_EQ(xml.out.count(QStringLiteral("<rs:data>")), 2);
+    EXPECT_EQ(as("demo", {QStringLiteral("show"), QStringLiteral("{nope}")}).status, 1);
+
+    const QJsonArray items =
+        rows("wang", {QStringLiteral("ref"), QStringLiteral("cinvcode"), QStringLiteral("衬衫")});
+    ASSERT_EQ(items.size(), 1);
+    EXPECT_EQ(items.at(0).toObject().value("cinvcode").toString(), QStringLiteral("GT100"));
+    EXPECT_EQ(as("demo", {QStringLiteral("ref"), QStringLiteral("nonsense")}).status, 1);
+}
+
 BOM_INSTANTIATE_BACKENDS(BomctlTest);

@@ -56,3 +56,26 @@ ProcessResult runProgram(const QString& program, const QStringList& args,
 #define BOM_INSTANTIATE_BACKENDS(Suite)                                                            \
     INSTANTIATE_TEST_SUITE_P(Backends, Suite, ::testing::ValuesIn(::bom::test::backends()),        \
                              [](const auto& info) { return info.param; })
+
+#include "entry/IProduct.h"
+#include "entry/ListWindowHandle.h"
+#include "suite/Prompter.h"
+
+namespace bom::test {
+
+// A running headless session of one operator on a test account.
+class TestSession {
+public:
+    TestSession(const QString& url, const QString& userId);
+    ~TestSession();
+    entry::Session& session() { return product_->session(); }
+    db::Database& db() { return *session().gConn; }
+    suite::ScriptedPrompter prompter;
+
+private:
+    std::unique_ptr<suite::Login> login_;
+    entry::HeadlessListWindowFactory windows_;
+    std::unique_ptr<entry::IProduct> product_;
+};
+
+} // namespace bom::test

@@ -15,5 +15,6 @@ struct Command {
 
 // Every command group registers its commands here.
 std::vector<Command> accountCommands();
+std::vector<Command> bomCommands();
 
 } // namespace bom::app

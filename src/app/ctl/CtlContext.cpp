@@ -1,5 +1,8 @@
 #include "CtlContext.h"
 
+#include "db/DbError.h"
+#include "entry/Common.h"
+
 #include <QJsonDocument>
 #include <QTextStream>
 #include <cstdio>
@@ -123,8 +126,14 @@ int CtlContext::startSession() {
                     QStringLiteral("登录"));
     product_ = std::make_unique<entry::IProduct>(*prompter_, windows_);
     product_->Show(login_.get());
-    if (product_->session().running() && product_->session().gConn)
+    if (product_->session().running() && product_->session().gConn) {
+        try {
+            entry::Common::LoadPrecision(product_->session());
+        } catch (const db::DbError& e) {
+            return fail(ExitDatabase, e.message());
+        }
         return ExitOk;
+    }
     if (prompter_->prompts().empty())
         prompter_->ShowInfo(QStringLiteral("操作员[%1]没有“物料清单”功能的权限！").arg(user));
     const bool unreachable = !product_->session().gClsCommon ||

@@ -1,0 +1,164 @@
+#include "Commands.h"
+#include "CtlContext.h"
+#include "RowPrinter.h"
+#include "bomservice/BomCardLoader.h"
+#include "db/DbError.h"
+#include "entry/ReferenceLookup.h"
+#include "list/BomList.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSqlRecord>
+#include <cstdio>
+
+namespace bom::app {
+namespace {
+
+std::optional<RowPrinter::Format> formatOption(CtlContext& ctx, const char* fallback) {
+    const QString text =
+        ctx.args().option(QStringLiteral("--format")).value_or(QLatin1String(fallback));
+    const auto format = RowPrinter::parseFormat(text);
+    if (!format)
+        ctx.usage(QStringLiteral("--format 应为 table、csv 或 json：%1").arg(text));
+    return format;
+}
+
+// Streams a query's rows through the printer; the result carries them in --json mode.
+int printQuery(CtlContext& ctx, RowPrinter::Format format, const db::SqlCondition& sql) {
+    try {
+        QSqlQuery query = ctx.db().prepare(sql.sql);
+        ctx.db().run(query, sql.params);
+        RowPrinter printer(ctx, format);
+        const QSqlRecord record = query.record();
+        QStringList columns;
+        for (int i = 0; i < record.count(); ++i)
+            columns << record.fieldName(i);
+        printer.begin(columns);
+        while (query.next()) {
+            QVariantList values;
+            for (int i = 0; i < columns.size(); ++i)
+                values << query.value(i);
+            printer.row(values);
+        }
+        return ctx.finish(ExitOk, {{"rows", printer.finish()}});
+    } catch (const db::DbError& e) {
+        return ctx.fail(ExitDatabase, e.message());
+    }
+}
+
+int runList(CtlContext& ctx) {
+    const QStringList wheres = ctx.args().options(QStringLiteral("--where"));
+    const auto format = formatOption(ctx, "table");
+    const auto words = ctx.positional(0, 0);
+    if (!format || !words)
+        return ExitUsage;
+    if (const int status = ctx.startSession())
+        return status;
+    const list::BomList list(ctx.session());
+    db::SqlCondition filter;
+    for (const QString& where : wheres) {
+        const int eq = where.indexOf('=');
+        if (eq <= 0)
+            return ctx.usage(QStringLiteral("--where 应为 字段=值：%1").arg(where));
+        QString error;
+        const auto condition = list.fieldFilter(where.left(eq), where.mid(eq + 1), &error);
+        if (!condition)
+            return ctx.fail(ExitRefused, error);
+        filter += db::sqlText(filter.isEmpty() ? QString() : QStringLiteral(" and ")) + *condition;
+    }
+    return printQuery(ctx, *format, list.parentQuery(filter));
+}
+
+int runLines(CtlContext& ctx) {
+    const auto format = formatOption(ctx, "table");
+    const auto words = ctx.positional(1, 1);
+    if (!format || !words)
+        return ExitUsage;
+    if (const int status = ctx.startSession())
+        return status;
+    return printQuery(ctx, *format, list::BomList(ctx.session()).componentQuery(words->first()));
+}
+
+QJsonObject rowObject(const bomservice::RowSet& rows, int row) {
+    QJsonObject object;
+    for (const auto& column : rows.columns())
+        object.insert(column.name.toLower(), RowPrinter::toJson(rows.value(row, column.name)));
+    return object;
+}
+
+QJsonObject cardObject(const bomservice::BomCard& card) {
+    QJsonArray lines;
+    for (int row : card.lines.allRows())
+        lines.append(rowObject(card.lines, row));
+    return {{"header", card.header.rowCount() ? rowObject(card.header, 0) : QJsonObject()},
+            {"lines", lines}};
+}
+
+int runShow(CtlContext& ctx) {
+    const QString format =
+        ctx.args().option(QStringLiteral("--format")).value_or(QStringLiteral("json"));
+    const auto words = ctx.positional(1, 1);
+    if (!words)
+        return ExitUsage;
+    if (format != QLatin1String("json") && format != QLatin1String("xml"))
+        return ctx.usage(QStringLiteral("--format 应为 json 或 xml：%1").arg(format));
+    if (const int status = ctx.startSession())
+        return status;
+    try {
+        bomservice::BomCardLoader loader(ctx.db(), ctx.prompter());
+        const auto card = loader.LoadTemplate(QStringLiteral("PP30"));
+        const auto loaded = card ? loader.LoadBom(*card, words->first()) : std::nullopt;
+        if (!loaded)
+            return ctx.finish(ExitRefused);
+        if (ctx.json())
+            return ctx.finish(ExitOk, {{"card", cardObject(*loaded)}});
+        if (format == QLatin1String("xml"))
+            ctx.printLine(loaded->header.toXml() + QLatin1Char('\n') + loaded->lines.toXml());
+        else
+            ctx.printLine(QString::fromUtf8(QJsonDocument(cardObject(*loaded)).toJson()));
+        return ctx.finish(ExitOk);
+    } catch (const db::DbError& e) {
+        return ctx.fail(ExitDatabase, e.message());
+    }
+}
+
+int runRef(CtlContext& ctx) {
+    const auto format = formatOption(ctx, "table");
+    const auto page = ctx.args().option(QStringLiteral("--page")).value_or(QStringLiteral("1"));
+    const auto words = ctx.positional(1, 2);
+    if (!format || !words)
+        return ExitUsage;
+    bool ok = false;
+    const int pageNumber = page.toInt(&ok);
+    if (!ok || pageNumber < 1)
+        return ctx.usage(QStringLiteral("--page 需要正整数：%1").arg(page));
+    if (const int status = ctx.startSession())
+        return status;
+    try {
+        entry::ReferenceLookup lookup(ctx.session());
+        const auto query = lookup.ShowRef(words->at(0), words->value(1));
+        if (!query)
+            return ctx.finish(ExitRefused);
+        const db::Rows rows = query->page(ctx.db(), pageNumber - 1, 50);
+        RowPrinter printer(ctx, *format);
+        printer.begin(rows.columns());
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            printer.row(rows.at(i));
+        return ctx.finish(ExitOk, {{"rows", printer.finish()}, {"page", pageNumber}});
+    } catch (const db::DbError& e) {
+        return ctx.fail(ExitDatabase, e.message());
+    }
+}
+
+} // namespace
+
+std::vector<Command> bomCommands() {
+    return {
+        {"list", "list [--where FIELD=VALUE …] [--format table|csv|json]", runList},
+        {"lines", "lines IAUTOID [--format table|csv|json]", runLines},
+        {"show", "show IAUTOID [--format json|xml]", runShow},
+        {"ref", "ref FIELD [TEXT] [--page N] [--format table|csv|json]", runRef},
+    };
+}
+
+} // namespace bom::app

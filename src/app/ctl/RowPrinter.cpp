@@ -1,0 +1,111 @@
+#include "RowPrinter.h"
+
+#include "CtlContext.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <cstdio>
+
+namespace bom::app {
+namespace {
+
+QString csvField(const QVariant& value) {
+    QString text = value.toString();
+    if (text.contains(',') || text.contains('"') || text.contains('\n')) {
+        text.replace('"', QLatin1String("\"\""));
+        return '"' + text + '"';
+    }
+    return text;
+}
+
+QJsonObject toObject(const QStringList& columns, const QVariantList& values) {
+    QJsonObject object;
+    for (int i = 0; i < columns.size(); ++i)
+        object.insert(columns[i].toLower(), RowPrinter::toJson(values.value(i)));
+    return object;
+}
+
+} // namespace
+
+std::optional<RowPrinter::Format> RowPrinter::parseFormat(const QString& text) {
+    if (text == QLatin1String("table"))
+        return Format::Table;
+    if (text == QLatin1String("csv"))
+        return Format::Csv;
+    if (text == QLatin1String("json"))
+        return Format::Json;
+    return std::nullopt;
+}
+
+QJsonValue RowPrinter::toJson(const QVariant& value) {
+    if (value.isNull())
+        return QJsonValue::Null;
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+    case QMetaType::UInt:
+    case QMetaType::ULongLong:
+        return QJsonValue(value.toLongLong());
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return QJsonValue(value.toDouble());
+    case QMetaType::Bool:
+        return QJsonValue(value.toBool());
+    default:
+        return QJsonValue(value.toString());
+    }
+}
+
+void RowPrinter::write(const QString& text) {
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+void RowPrinter::begin(const QStringList& columns) {
+    columns_ = columns;
+    if (ctx_.json())
+        return;
+    if (format_ == Format::Table)
+        write(columns.join('\t') + '\n');
+    else if (format_ == Format::Csv)
+        write(columns.join(',') + '\n');
+    else
+        write(QStringLiteral("["));
+}
+
+void RowPrinter::row(const QVariantList& values) {
+    if (ctx_.json()) {
+        kept_.append(toObject(columns_, values));
+        return;
+    }
+    QStringList fields;
+    switch (format_) {
+    case Format::Table:
+        for (const QVariant& v : values)
+            fields << v.toString();
+        write(fields.join('\t') + '\n');
+        break;
+    case Format::Csv:
+        for (const QVariant& v : values)
+            fields << csvField(v);
+        write(fields.join(',') + '\n');
+        break;
+    case Format::Json:
+        write((count_ ? QStringLiteral(",\n") : QStringLiteral("\n")) +
+              QString::fromUtf8(
+                  QJsonDocument(toObject(columns_, values)).toJson(QJsonDocument::Compact)));
+        break;
+    }
+    // Whole pages reach a reader early even when the list is long.
+    if (++count_ % 100 == 0)
+        std::fflush(stdout);
+}
+
+QJsonArray RowPrinter::finish() {
+    if (!ctx_.json() && format_ == Format::Json)
+        write(QStringLiteral("\n]\n"));
+    std::fflush(stdout);
+    return kept_;
+}
+
+} // namespace bom::app

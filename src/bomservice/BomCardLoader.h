@@ -1,0 +1,67 @@
+#pragma once
+
+#include "RowSet.h"
+
+#include <QString>
+#include <optional>
+#include <vector>
+
+namespace bom::db {
+class Database;
+}
+namespace bom::suite {
+class Prompter;
+}
+
+namespace bom::bomservice {
+
+// A card as the account's template tables define it.
+struct VoucherTemplate {
+    QString cardNumber;
+    QString BTTblName; // header table
+    QString BWTblName; // body table
+    QString BTQName;   // header view
+    QString BWQName;   // body view
+    bool HaveBodyGrid = true;
+    QString cCardName;
+    int DEF_ID = 0;
+};
+
+struct TemplateChoice {
+    QString name;
+    int id = 0;
+};
+
+// Reads card templates and loads BOM cards into row sets. Failures are shown through the
+// Prompter with the card's title "BOM维护"; database errors throw db::DbError.
+class BomCardLoader {
+public:
+    BomCardLoader(db::Database& db, suite::Prompter& prompter) : db_(db), prompter_(prompter) {}
+
+    // "单据模板不存在。" when the card has no template, or names a table or view the schema
+    // does not define.
+    std::optional<VoucherTemplate> LoadTemplate(const QString& cardNumber);
+    std::vector<TemplateChoice> ListTemplates(const QString& cardNumber);
+    std::optional<TemplateChoice> templateById(int templateId);
+
+    // Empty header and body with the views' columns.
+    BomCard NewCard(const VoucherTemplate& card);
+    // "单据加载失败，请刷新后重试！" when the BOM is gone. Lines start unchanged, with their
+    // autoid as oldautoid.
+    std::optional<BomCard> LoadBom(const VoucherTemplate& card, const QString& headerId);
+
+    // The first required field left empty is reported as its caption + "为必填项！".
+    bool CheckRequired(const BomCard& card, int templateId);
+    // The display name of a free item or user-defined field, with its fixed fall-back; other
+    // fields answer empty.
+    QString fieldCaption(const QString& fieldName);
+
+private:
+    QString columnList(const QString& view);
+    void fail(const QString& message);
+
+    db::Database& db_;
+    suite::Prompter& prompter_;
+};
+
+} // namespace bom::bomservice

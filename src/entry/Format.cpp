@@ -1,0 +1,17 @@
+#include "Format.h"
+
+#include <cmath>
+
+namespace bom::entry {
+
+QString FormatByDigits(double value, int digits) {
+    if (digits > 0)
+        return QString::number(value, 'f', digits);
+    return QString::number(std::round(value), 'f', 0);
+}
+
+QVariant NullToStr(const QVariant& value) {
+    return value.isNull() ? QVariant(QString()) : value;
+}
+
+} // namespace bom::entry

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "db/SqlCondition.h"
+
+namespace bom::entry {
+
+class Session;
+
+// Authorisation conditions over the operator's row rights. Allowed codes reach SQL through a
+// sub-query on the rights table keyed by the operator, so a list of any length binds one value.
+class RowAuthFilter {
+public:
+    explicit RowAuthFilter(Session& session) : session_(session) {}
+
+    // The condition to append to a WHERE over pp_q_bomtreet: empty when the operator is
+    // unrestricted on departments, items and warehouses; otherwise the BOM must have an allowed
+    // department (or none) and parent item, and no line may name a forbidden department, item
+    // or warehouse (blank values pass).
+    db::SqlCondition GetBomAuthFilter() const;
+
+    // "(1=1)", "(1=2)" or "<column> IN (allowed codes)" for a reference over `table`
+    // (Inventory compares iId; the others their code column).
+    db::SqlCondition referenceCondition(const QString& table) const;
+
+private:
+    db::SqlCondition allowedCodes(const QString& kind) const;
+    db::SqlCondition allowedItemIds() const;
+
+    Session& session_;
+};
+
+} // namespace bom::entry

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+namespace bom::db {
+class Database;
+}
+
+namespace bom::entry {
+
+struct BomIdentity;
+
+// Small questions the card, the list and the BOM service share. Each runs at most one query;
+// a database failure throws db::DbError for the caller to report.
+namespace VoucherHelpers {
+
+// "true" (any case), "是" or a non-zero number are true; blank, "0", "否" and other text false.
+bool TextToBool(const QVariant& value);
+// Is the BOM the child BOM of two or more lines?
+bool IsSharedBom(db::Database& db, const QString& headerId);
+bool HasSubstitutes(db::Database& db, const QVariant& lineAutoid);
+bool IsBomMissing(db::Database& db, const BomIdentity& identity);
+// No component line of that identity carries the substitute flag.
+bool IsFlaggedLineMissing(db::Database& db, const BomIdentity& identity);
+// Do the item's units convert at a fixed rate?
+bool IsUnitGroupType1(db::Database& db, const QString& itemCode);
+// 1 or 2: the operator's toolbar look, from the per-user setting "Toolbar Style" under
+// "SOFTWARE\Mervale\WF\Appearance" (a value starting with "T" is 1, any other 2, none 1).
+int GetToolbarStyle(db::Database& db, const QString& userId);
+
+} // namespace VoucherHelpers
+} // namespace bom::entry
