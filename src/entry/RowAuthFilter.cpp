@@ -18,23 +18,19 @@ db::SqlCondition wrap(const QString& before, const db::SqlCondition& inner, cons
 
 } // namespace
 
-db::SqlCondition RowAuthFilter::allowedCodes(const QString& kind) const {
-    return {
-        QStringLiteral("(SELECT ccode FROM sys_right WHERE cuserid=? AND ckind='%1')").arg(kind),
-        {session_.gUserId}};
-}
-
-db::SqlCondition RowAuthFilter::allowedItemIds() const {
-    return {QStringLiteral("(SELECT ai.iId FROM Inventory ai JOIN sys_right ar ON "
-                           "ar.ccode=ai.cInvCode WHERE ar.cuserid=? AND ar.ckind='inventory')"),
+db::SqlCondition RowAuthFilter::granted(const QString& kind, const QString& codeColumn) const {
+    // A keyed look-up per row: cheap for the few rows a list page needs, whatever the list size.
+    return {QStringLiteral("exists (SELECT 1 FROM sys_right ar WHERE ar.cuserid=? AND "
+                           "ar.ckind='%1' AND ar.ccode=%2)")
+                .arg(kind, codeColumn),
             {session_.gUserId}};
 }
 
 db::SqlCondition RowAuthFilter::GetBomAuthFilter() const {
     const suite::RowAuth& auth = *session_.gRowAuth;
-    const Scope department = auth.rights(QStringLiteral("Department")).scope;
-    const Scope inventory = auth.rights(QStringLiteral("Inventory")).scope;
-    const Scope warehouse = auth.rights(QStringLiteral("Warehouse")).scope;
+    const Scope department = auth.scope(QStringLiteral("Department"));
+    const Scope inventory = auth.scope(QStringLiteral("Inventory"));
+    const Scope warehouse = auth.scope(QStringLiteral("Warehouse"));
     if (department == Scope::All && inventory == Scope::All && warehouse == Scope::All)
         return {};
 
@@ -44,27 +40,31 @@ db::SqlCondition RowAuthFilter::GetBomAuthFilter() const {
     if (department == Scope::None)
         header += sqlText(QStringLiteral(" and (1=2)"));
     if (department == Scope::List) {
-        const db::SqlCondition codes = allowedCodes(QStringLiteral("department"));
-        header += wrap(QStringLiteral(" and (pp_q_bomtreet.cdepcode in "), codes,
-                       QStringLiteral(" or pp_q_bomtreet.cdepcode is null)"));
-        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.cdepcode,'')<>'' and "
-                                             "COALESCE(w.cdepcode,'') not in "),
-                              codes, QStringLiteral(")"));
+        header +=
+            wrap(QStringLiteral(" and ("),
+                 granted(QStringLiteral("department"), QStringLiteral("pp_q_bomtreet.cdepcode")),
+                 QStringLiteral(" or pp_q_bomtreet.cdepcode is null)"));
+        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.cdepcode,'')<>'' and not "),
+                              granted(QStringLiteral("department"), QStringLiteral("w.cdepcode")),
+                              QStringLiteral(")"));
     }
     if (inventory == Scope::None)
         header += sqlText(QStringLiteral(" and (1=2)"));
+    // Items are granted by code; an item's code and iId name the same Inventory row.
     if (inventory == Scope::List) {
-        const db::SqlCondition ids = allowedItemIds();
-        header += wrap(QStringLiteral(" and pp_q_bomtreet.iId in "), ids, QString());
-        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.iId,-100)<>-100 and "
-                                             "COALESCE(w.iId,-100) not in "),
-                              ids, QStringLiteral(")"));
+        header +=
+            wrap(QStringLiteral(" and pp_q_bomtreet.iId is not null and "),
+                 granted(QStringLiteral("inventory"), QStringLiteral("pp_q_bomtreet.cpspcode")),
+                 QString());
+        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.iId,-100)<>-100 and not "),
+                              granted(QStringLiteral("inventory"), QStringLiteral("w.cpscode")),
+                              QStringLiteral(")"));
     }
     // No warehouse right at all restricts nothing here, unlike departments and items.
     if (warehouse == Scope::List)
-        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.cwhcode,'')<>'' and "
-                                             "COALESCE(w.cwhcode,'') not in "),
-                              allowedCodes(QStringLiteral("warehouse")), QStringLiteral(")"));
+        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.cwhcode,'')<>'' and not "),
+                              granted(QStringLiteral("warehouse"), QStringLiteral("w.cwhcode")),
+                              QStringLiteral(")"));
     // Correlated on the header, so the list streams its first rows instead of first collecting
     // every forbidden BOM of the account.
     return header + wrap(QStringLiteral(" and not exists (select 1 from pp_q_bomtreew w where "
@@ -74,19 +74,17 @@ db::SqlCondition RowAuthFilter::GetBomAuthFilter() const {
 
 db::SqlCondition RowAuthFilter::referenceCondition(const QString& table) const {
     const auto kind = suite::RightsStore::kindOfTable(table);
-    const Scope scope = kind ? session_.gRowAuth->rights(table).scope : Scope::All;
+    const Scope scope = kind ? session_.gRowAuth->scope(table) : Scope::All;
     if (scope == Scope::All)
         return sqlText(QStringLiteral("(1=1)"));
     if (scope == Scope::None)
         return sqlText(QStringLiteral("(1=2)"));
-    if (*kind == QLatin1String("inventory"))
-        return wrap(QStringLiteral("(Inventory.iId in "), allowedItemIds(), QStringLiteral(")"));
     static const QHash<QString, QString> codeColumn{
+        {QStringLiteral("inventory"), QStringLiteral("Inventory.cInvCode")},
         {QStringLiteral("department"), QStringLiteral("Department.cDepCode")},
         {QStringLiteral("person"), QStringLiteral("Person.cPersonCode")},
         {QStringLiteral("warehouse"), QStringLiteral("Warehouse.cWhCode")}};
-    return wrap(QStringLiteral("(%1 in ").arg(codeColumn.value(*kind)), allowedCodes(*kind),
-                QStringLiteral(")"));
+    return wrap(QStringLiteral("("), granted(*kind, codeColumn.value(*kind)), QStringLiteral(")"));
 }
 
 } // namespace bom::entry

@@ -6,8 +6,8 @@ namespace bom::entry {
 
 class Session;
 
-// Authorisation conditions over the operator's row rights. Allowed codes reach SQL through a
-// sub-query on the rights table keyed by the operator, so a list of any length binds one value.
+// Authorisation conditions over the operator's row rights. Allowed codes reach SQL as a keyed
+// look-up in the rights table, so a list of any length binds one value.
 class RowAuthFilter {
 public:
     explicit RowAuthFilter(Session& session) : session_(session) {}
@@ -18,13 +18,12 @@ public:
     // or warehouse (blank values pass).
     db::SqlCondition GetBomAuthFilter() const;
 
-    // "(1=1)", "(1=2)" or "<column> IN (allowed codes)" for a reference over `table`
-    // (Inventory compares iId; the others their code column).
+    // "(1=1)", "(1=2)" or "the row's code is granted" for a reference over `table`.
     db::SqlCondition referenceCondition(const QString& table) const;
 
 private:
-    db::SqlCondition allowedCodes(const QString& kind) const;
-    db::SqlCondition allowedItemIds() const;
+    // The operator holds the right of `kind` on the code in `codeColumn`.
+    db::SqlCondition granted(const QString& kind, const QString& codeColumn) const;
 
     Session& session_;
 };

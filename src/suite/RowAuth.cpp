@@ -5,29 +5,18 @@
 
 namespace bom::suite {
 
+RowAuth::RowAuth() = default;
+RowAuth::~RowAuth() = default;
+
 bool RowAuth::Init(const QString& url, const QString& userId, QString* error) {
-    byKind_.clear();
+    scopes_.clear();
+    userId_ = userId;
     try {
-        auto db = db::Database::open(url);
-        RightsStore store(*db);
-        for (const QString& kind : RightsStore::kinds()) {
-            if (!RightsStore::isRowKind(kind))
-                continue;
-            Rights rights;
-            rights.scope = store.scope(userId, kind);
-            if (rights.scope == RightsStore::Scope::List)
-                rights.codes = store.codes(userId, kind);
-            if (kind == QLatin1String("inventory") && rights.scope == RightsStore::Scope::List) {
-                const db::Rows ids = db->query(
-                    QStringLiteral("SELECT i.iId FROM Inventory i JOIN sys_right r ON "
-                                   "r.ccode=i.cInvCode WHERE r.cuserid=? AND r.ckind='inventory' "
-                                   "ORDER BY i.iId"),
-                    {userId});
-                for (std::size_t i = 0; i < ids.size(); ++i)
-                    rights.ids << ids.text(i, "iId");
-            }
-            byKind_.insert(kind, rights);
-        }
+        db_ = db::Database::open(url);
+        RightsStore store(*db_);
+        for (const QString& kind : RightsStore::kinds())
+            if (RightsStore::isRowKind(kind))
+                scopes_.insert(kind, store.scope(userId, kind));
         return true;
     } catch (const db::DbError& e) {
         if (error)
@@ -36,37 +25,37 @@ bool RowAuth::Init(const QString& url, const QString& userId, QString* error) {
     }
 }
 
-const RowAuth::Rights& RowAuth::rights(const QString& table) const {
+RightsStore::Scope RowAuth::scope(const QString& table) const {
     const auto kind = RightsStore::kindOfTable(table);
-    const auto found = kind ? byKind_.find(*kind) : byKind_.end();
-    return found == byKind_.end() ? unrestricted_ : *found;
+    return kind ? scopes_.value(*kind, RightsStore::Scope::All) : RightsStore::Scope::All;
 }
 
 QString RowAuth::GetAuthString(const QString& table) const {
-    const Rights& r = rights(table);
-    if (r.scope == RightsStore::Scope::All)
+    const RightsStore::Scope s = scope(table);
+    if (s == RightsStore::Scope::All)
         return {};
-    if (r.scope == RightsStore::Scope::None)
+    if (s == RightsStore::Scope::None)
         return QStringLiteral("1=2");
-    if (RightsStore::kindOfTable(table) == QLatin1String("inventory"))
-        return r.ids.isEmpty() ? QStringLiteral("1=2") : r.ids.join(',');
-    QStringList quoted;
-    for (QString code : r.codes)
-        quoted << QLatin1Char('\'') + code.replace('\'', QLatin1String("''")) + QLatin1Char('\'');
-    return quoted.isEmpty() ? QStringLiteral("1=2") : quoted.join(',');
+    const QString kind = *RightsStore::kindOfTable(table);
+    QStringList items;
+    if (kind == QLatin1String("inventory")) {
+        const db::Rows ids = db_->query(
+            QStringLiteral("SELECT i.iId FROM Inventory i JOIN sys_right r ON r.ccode=i.cInvCode "
+                           "WHERE r.cuserid=? AND r.ckind='inventory' ORDER BY i.iId"),
+            {userId_});
+        for (std::size_t i = 0; i < ids.size(); ++i)
+            items << ids.text(i, "iId");
+    } else {
+        for (QString code : RightsStore(*db_).codes(userId_, kind))
+            items << QLatin1Char('\'') + code.replace('\'', QLatin1String("''")) +
+                         QLatin1Char('\'');
+    }
+    return items.isEmpty() ? QStringLiteral("1=2") : items.join(',');
 }
 
 bool RowAuth::HasRecordRight(const QString& table, const QString& code) const {
-    const Rights& r = rights(table);
-    switch (r.scope) {
-    case RightsStore::Scope::All:
-        return true;
-    case RightsStore::Scope::None:
-        return false;
-    case RightsStore::Scope::List:
-        break;
-    }
-    return r.codes.contains(code);
+    const auto kind = RightsStore::kindOfTable(table);
+    return !kind || RightsStore(*db_).allows(userId_, *kind, code);
 }
 
 } // namespace bom::suite

@@ -96,8 +96,8 @@ void RowPrinter::row(const QVariantList& values) {
                   QJsonDocument(toObject(columns_, values)).toJson(QJsonDocument::Compact)));
         break;
     }
-    // Whole pages reach a reader early even when the list is long.
-    if (++count_ % 100 == 0)
+    // The first page reaches a reader at once, later ones in larger blocks.
+    if (++count_ == 50 || count_ % 1000 == 0)
         std::fflush(stdout);
 }
 
