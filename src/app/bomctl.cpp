@@ -12,8 +12,9 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (const Command& c : bomCommands())
-        all.push_back(c);
+    for (auto group : {bomCommands, cardCommands})
+        for (const Command& c : group())
+            all.push_back(c);
     return all;
 }
 

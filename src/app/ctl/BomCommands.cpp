@@ -1,3 +1,4 @@
+#include "CardJson.h"
 #include "Commands.h"
 #include "CtlContext.h"
 #include "RowPrinter.h"
@@ -79,21 +80,6 @@ int runLines(CtlContext& ctx) {
     return printQuery(ctx, *format, list::BomList(ctx.session()).componentQuery(words->first()));
 }
 
-QJsonObject rowObject(const bomservice::RowSet& rows, int row) {
-    QJsonObject object;
-    for (const auto& column : rows.columns())
-        object.insert(column.name.toLower(), RowPrinter::toJson(rows.value(row, column.name)));
-    return object;
-}
-
-QJsonObject cardObject(const bomservice::BomCard& card) {
-    QJsonArray lines;
-    for (int row : card.lines.allRows())
-        lines.append(rowObject(card.lines, row));
-    return {{"header", card.header.rowCount() ? rowObject(card.header, 0) : QJsonObject()},
-            {"lines", lines}};
-}
-
 int runShow(CtlContext& ctx) {
     const QString format =
         ctx.args().option(QStringLiteral("--format")).value_or(QStringLiteral("json"));
@@ -111,11 +97,11 @@ int runShow(CtlContext& ctx) {
         if (!loaded)
             return ctx.finish(ExitRefused);
         if (ctx.json())
-            return ctx.finish(ExitOk, {{"card", cardObject(*loaded)}});
+            return ctx.finish(ExitOk, {{"card", cardToJson(*loaded)}});
         if (format == QLatin1String("xml"))
             ctx.printLine(loaded->header.toXml() + QLatin1Char('\n') + loaded->lines.toXml());
         else
-            ctx.printLine(QString::fromUtf8(QJsonDocument(cardObject(*loaded)).toJson()));
+            ctx.printLine(QString::fromUtf8(QJsonDocument(cardToJson(*loaded)).toJson()));
         return ctx.finish(ExitOk);
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());

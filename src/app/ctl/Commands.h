@@ -16,5 +16,6 @@ struct Command {
 // Every command group registers its commands here.
 std::vector<Command> accountCommands();
 std::vector<Command> bomCommands();
+std::vector<Command> cardCommands();
 
 } // namespace bom::app

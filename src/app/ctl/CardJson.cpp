@@ -1,0 +1,83 @@
+#include "CardJson.h"
+
+#include "RowPrinter.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace bom::app {
+namespace {
+
+QJsonObject rowObject(const bomservice::RowSet& rows, int row) {
+    QJsonObject object;
+    for (const auto& column : rows.columns())
+        object.insert(column.name.toLower(), RowPrinter::toJson(rows.value(row, column.name)));
+    return object;
+}
+
+QVariant fromJson(const QJsonValue& value) {
+    switch (value.type()) {
+    case QJsonValue::String:
+        return value.toString();
+    case QJsonValue::Double:
+        return value.toDouble();
+    case QJsonValue::Bool:
+        return value.toBool();
+    default:
+        return {};
+    }
+}
+
+// Objects or arrays as field values have no place in a card.
+bool appendRow(bomservice::RowSet& rows, const QJsonObject& object, QString* error) {
+    const int row = rows.appendRow();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (it.value().isObject() || it.value().isArray()) {
+            *error = QStringLiteral("字段“%1”的值不能是对象或数组").arg(it.key());
+            return false;
+        }
+        rows.setValue(row, it.key().toLower(), fromJson(it.value()));
+    }
+    return true;
+}
+
+} // namespace
+
+QJsonObject cardToJson(const bomservice::BomCard& card) {
+    QJsonArray lines;
+    for (int row : card.lines.allRows())
+        lines.append(rowObject(card.lines, row));
+    return {{"header", card.header.rowCount() ? rowObject(card.header, 0) : QJsonObject()},
+            {"lines", lines}};
+}
+
+std::optional<bomservice::BomCard> cardFromJson(const QByteArray& text, QString* error) {
+    QJsonParseError parse;
+    const QJsonDocument document = QJsonDocument::fromJson(text, &parse);
+    if (parse.error != QJsonParseError::NoError) {
+        *error = QStringLiteral("卡片文件不是合法的 JSON（第 %1 个字符）：%2")
+                     .arg(parse.offset)
+                     .arg(parse.errorString());
+        return std::nullopt;
+    }
+    const QJsonObject root = document.object();
+    if (!document.isObject() || !root.value("header").isObject() ||
+        !root.value("lines").isArray()) {
+        *error = QStringLiteral("卡片文件应为 {\"header\":{…},\"lines\":[…]}");
+        return std::nullopt;
+    }
+    bomservice::BomCard card;
+    if (!appendRow(card.header, root.value("header").toObject(), error))
+        return std::nullopt;
+    for (const QJsonValue& line : root.value("lines").toArray()) {
+        if (!line.isObject()) {
+            *error = QStringLiteral("lines 的每一项都应是对象");
+            return std::nullopt;
+        }
+        if (!appendRow(card.lines, line.toObject(), error))
+            return std::nullopt;
+    }
+    return card;
+}
+
+} // namespace bom::app

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "CycleCheck.h"
+#include "RowSet.h"
+
+#include <QString>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::bomservice {
+
+// The checks a card passes before it is written. Each failing check shows its message through
+// the session's Prompter and answers false; a database error throws db::DbError so the caller
+// reports it as such and writes nothing.
+class BomValidator {
+public:
+    static constexpr int kModify = 1;
+
+    explicit BomValidator(entry::Session& session);
+
+    // Rules 1–9 in order, stopping at the first failure. Copies the parent code into the lines.
+    bool ValidateBom(BomCard& card, int mode);
+
+    bool CheckLineDuplicates(const BomCard& card);
+    bool CheckBomExists(const BomCard& card);
+    bool CheckCycle(const BomCard& card) { return cycles_.CheckCycle(card); }
+    // Free items the row's item does not use are refused.
+    bool CheckRowInfo(const RowSet& rows, int row);
+    bool CheckBeforeModify(const BomCard&) { return true; }
+    bool CheckSubstituteFlags(const BomCard& card);
+
+    // Asked when the card is the default cost BOM and another BOM of the parent already is;
+    // false when the operator declines.
+    bool ConfirmDefaultCostBom(const QString& parentCode, const QString& headerId);
+    // After the lines are written, inside the save's transaction.
+    bool CheckLineDuplicatesInDb(const QString& headerId);
+    // Empty when the operator may enter every department the card names, else the refusal.
+    QString CheckDepartmentRight(const BomCard& card);
+
+    CycleCheck& cycles() { return cycles_; }
+
+private:
+    bool fail(const QString& message);
+    QString departmentName(const QString& code);
+
+    entry::Session& session_;
+    CycleCheck cycles_;
+};
+
+} // namespace bom::bomservice

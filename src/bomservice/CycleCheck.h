@@ -1,0 +1,53 @@
+#pragma once
+
+#include "RowSet.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+namespace bom::db {
+class Database;
+}
+namespace bom::suite {
+class Prompter;
+}
+
+namespace bom::bomservice {
+
+// Keeps BOMs from making an item its own ancestor. Only item codes count: a cycle through any
+// sales-order or free-item variant of an item is a cycle.
+class CycleCheck {
+public:
+    CycleCheck(db::Database& db, suite::Prompter& prompter) : db_(db), prompter_(prompter) {}
+
+    // True when no line of the card has a component that is an ancestor of the card's parent
+    // in the stored BOMs; otherwise shows "母件P与子件C循环!" for the first such line in card
+    // order and keeps the path P … C in lastPath().
+    bool CheckCycle(const BomCard& card);
+    // True when `componentCode` is not an ancestor of `currentCode`.
+    bool CheckCycleUp(const BomCard& card, const QString& componentCode,
+                      const QString& currentCode);
+    // The one-level check of the card forms: is `parentCode` already a direct component of
+    // `componentCode`'s BOM? `parentTerm`/`componentTerm` are the account's display words.
+    bool CheckDirectCycle(const QString& parentCode, const QString& componentCode,
+                          const QString& parentTerm = QStringLiteral("母件"),
+                          const QString& componentTerm = QStringLiteral("子件"));
+
+    // The cycle found last: the card's parent, each BOM parent above it, up to the component.
+    const QStringList& lastPath() const { return lastPath_; }
+
+private:
+    // Every item above `code` in the stored BOMs, each mapped to one child it was reached from.
+    // One recursive query; UNION keeps each edge once, so stored cycles end and shared
+    // sub-assemblies are read once.
+    QHash<QString, QString> ancestorsOf(const QString& code);
+    bool report(const QString& parent, const QString& component,
+                const QHash<QString, QString>& via);
+
+    db::Database& db_;
+    suite::Prompter& prompter_;
+    QStringList lastPath_;
+};
+
+} // namespace bom::bomservice
