@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTemporaryDir>
 
 using namespace bom;
 
@@ -181,6 +182,60 @@ TEST_P(BomctlTest, ListsShowsAndLooksUpForEachOperator) {
     ASSERT_EQ(items.size(), 1);
     EXPECT_EQ(items.at(0).toObject().value("cinvcode").toString(), QStringLiteral("GT100"));
     EXPECT_EQ(as("demo", {QStringLiteral("ref"), QStringLiteral("nonsense")}).status, 1);
+}
+
+TEST_P(BomctlTest, ValidateRefusesCyclesRepeatsAndTakenIdentitiesAndAcceptsAGoodCard) {
+    const auto list = as("demo", {QStringLiteral("list"), QStringLiteral("--where"),
+                                  QStringLiteral("cpspcode=FR100"), QStringLiteral("--json")});
+    const QString id =
+        lastJson(list.out).value("rows").toArray().at(0).toObject().value("iautoid").toString();
+    const QJsonObject card =
+        lastJson(as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")}).out)
+            .value("card")
+            .toObject();
+    QTemporaryDir dir;
+    auto validate = [&](const QJsonObject& c, QStringList extra = {}) {
+        QFile file(dir.filePath(QStringLiteral("card.json")));
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        file.write(QJsonDocument(c).toJson());
+        file.close();
+        return as("demo", QStringList{QStringLiteral("validate"), file.fileName(),
+                                      QStringLiteral("--json")} +
+                              extra);
+    };
+    auto withLines = [&](const QJsonArray& lines) {
+        QJsonObject c = card;
+        c.insert("lines", lines);
+        return c;
+    };
+    const QJsonArray lines = card.value("lines").toArray();
+
+    const auto good = validate(card, {QStringLiteral("--modify")});
+    EXPECT_EQ(good.status, 0) << good.out.toStdString();
+
+    QJsonObject bike = lines.at(0).toObject();
+    bike.insert("cpscode", QStringLiteral("BK100"));
+    bike.insert("replaceflag", QStringLiteral("否"));
+    const auto cycle = validate(withLines(QJsonArray(lines) << bike));
+    EXPECT_EQ(cycle.status, 1);
+    EXPECT_TRUE(cycle.out.contains(QStringLiteral("母件FR100与子件BK100循环!")));
+    EXPECT_EQ(lastJson(cycle.out).value("cycle_path").toArray().size(), 2);
+
+    const auto repeated = validate(withLines(QJsonArray(lines) << lines.at(1)));
+    EXPECT_EQ(repeated.status, 1);
+    EXPECT_TRUE(repeated.out.contains(QStringLiteral("子件编码（PT100）出现重复，请修改！")));
+
+    QJsonObject copy = card;
+    QJsonObject header = copy.value("header").toObject();
+    header.remove("iautoid");
+    copy.insert("header", header);
+    const auto taken = validate(copy);
+    EXPECT_EQ(taken.status, 1);
+    EXPECT_TRUE(taken.out.contains(QStringLiteral("该母件+版本号已经存在！")));
+
+    const auto broken =
+        as("demo", {QStringLiteral("validate"), dir.filePath(QStringLiteral("none.json"))});
+    EXPECT_EQ(broken.status, 2);
 }
 
 BOM_INSTANTIATE_BACKENDS(BomctlTest);
