@@ -39,12 +39,17 @@ void BomCardLoader::fail(const QString& message) {
 }
 
 std::optional<VoucherTemplate> BomCardLoader::LoadTemplate(const QString& cardNumber) {
+    auto card = findTemplate(cardNumber);
+    if (!card)
+        fail(QStringLiteral("单据模板不存在。"));
+    return card;
+}
+
+std::optional<VoucherTemplate> BomCardLoader::findTemplate(const QString& cardNumber) {
     const db::Rows rows = db_.query(
         QStringLiteral("Select * from vouchers where lower(cardnumber)=lower(?)"), {cardNumber});
-    if (rows.empty()) {
-        fail(QStringLiteral("单据模板不存在。"));
+    if (rows.empty())
         return std::nullopt;
-    }
     VoucherTemplate card{rows.text(0, "cardnumber"), rows.text(0, "BTTblName"),
                          rows.text(0, "BWTblName"),  rows.text(0, "BTQName"),
                          rows.text(0, "BWQName"),    rows.value(0, "HaveBodyGrid").toInt() != 0,
@@ -54,10 +59,8 @@ std::optional<VoucherTemplate> BomCardLoader::LoadTemplate(const QString& cardNu
     if (card.HaveBodyGrid)
         names << card.BWTblName << card.BWQName;
     for (const QString& name : names)
-        if (!db::isPlainIdentifier(name) || !db_.relationExists(name)) {
-            fail(QStringLiteral("单据模板不存在。"));
+        if (!db::isPlainIdentifier(name) || !db_.relationExists(name))
             return std::nullopt;
-        }
     return card;
 }
 

@@ -41,6 +41,8 @@ public:
     // "单据模板不存在。" when the card has no template, or names a table or view the schema
     // does not define.
     std::optional<VoucherTemplate> LoadTemplate(const QString& cardNumber);
+    // The same without a message, for callers that report the failure their own way.
+    std::optional<VoucherTemplate> findTemplate(const QString& cardNumber);
     std::vector<TemplateChoice> ListTemplates(const QString& cardNumber);
     std::optional<TemplateChoice> templateById(int templateId);
 

@@ -184,10 +184,18 @@ bool Database::relationExists(const QString& name) {
 }
 
 QStringList Database::columnsOf(const QString& relation) {
-    if (!relationExists(relation))
+    const QSqlRecord record = recordOf(relation);
+    QStringList names;
+    for (int i = 0; i < record.count(); ++i)
+        names << record.fieldName(i);
+    return names;
+}
+
+QSqlRecord Database::recordOf(const QString& relation) {
+    if (!isPlainIdentifier(relation) || !relationExists(relation))
         return {};
     // The name is spliced only after the schema confirmed it names a relation.
-    return query(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation)).columns();
+    return execute(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation), {}).record();
 }
 
 void Database::begin() {

@@ -6,6 +6,7 @@
 
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <QSqlRecord>
 #include <QVariantList>
 #include <memory>
 
@@ -44,6 +45,8 @@ public:
     bool relationExists(const QString& name);
     // Column names of an existing table or view (empty when there is none).
     QStringList columnsOf(const QString& relation);
+    // Column names with the driver's value types of an existing table or view.
+    QSqlRecord recordOf(const QString& relation);
 
     // Used by Transaction: nesting becomes savepoints.
     void begin();

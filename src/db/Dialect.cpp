@@ -17,6 +17,8 @@ QString replaceTokens(QString script, const TokenMap& tokens) {
 
 class SqliteDialect final : public Dialect {
 public:
+    // The busy time-out already waits; SQLite statements themselves have no time limit.
+    QString longTransactionSetup() const override { return {}; }
     Kind kind() const override { return Kind::Sqlite; }
     QString name() const override { return QStringLiteral("sqlite"); }
     QString translateSchema(const QString& script) const override {
@@ -48,6 +50,10 @@ public:
 
 class PostgresDialect final : public Dialect {
 public:
+    QString longTransactionSetup() const override {
+        return QStringLiteral("SET LOCAL statement_timeout = 600000");
+    }
+
     Kind kind() const override { return Kind::Postgres; }
     QString name() const override { return QStringLiteral("postgresql"); }
     QString translateSchema(const QString& script) const override {

@@ -20,6 +20,9 @@ public:
     virtual QString relationExistsSql() const = 0;
     // Statements run once on every new connection.
     virtual QStringList sessionSetup() const = 0;
+    // Run at the start of a long write transaction (a card save): lifts the statement time-out
+    // to 600 seconds for that transaction only. Empty when the dialect needs nothing.
+    virtual QString longTransactionSetup() const = 0;
 
     static std::unique_ptr<Dialect> create(Kind kind);
 };

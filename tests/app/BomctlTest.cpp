@@ -238,4 +238,55 @@ TEST_P(BomctlTest, ValidateRefusesCyclesRepeatsAndTakenIdentitiesAndAcceptsAGood
     EXPECT_EQ(broken.status, 2);
 }
 
+TEST_P(BomctlTest, ACardIsCreatedShownChangedAndDeletedThroughBomctlAlone) {
+    QTemporaryDir dir;
+    auto write = [&](const QJsonObject& card) {
+        const QString path = dir.filePath(QStringLiteral("card.json"));
+        QFile file(path);
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate);
+        file.write(QJsonDocument(card).toJson());
+        return path;
+    };
+    const QJsonObject line{{"cpscode", "RM100"},
+                           {"ipsquantity", 2},
+                           {"tdqtyd", 1},
+                           {"replaceflag", QStringLiteral("否")},
+                           {"wiptype", QStringLiteral("正常领料")}};
+    const auto created =
+        as("demo",
+           {QStringLiteral("save"),
+            write({{"header", QJsonObject{{"cpspcode", "SD100"}}}, {"lines", QJsonArray{line}}}),
+            QStringLiteral("--json")});
+    ASSERT_EQ(created.status, 0) << created.out.toStdString();
+    const QString id = lastJson(created.out).value("iautoid").toString();
+
+    QJsonObject card =
+        lastJson(as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")}).out)
+            .value("card")
+            .toObject();
+    const double firstVersion = card.value("header").toObject().value("qzts").toDouble();
+    QJsonArray lines = card.value("lines").toArray();
+    QJsonObject changed = lines.at(0).toObject();
+    changed.insert("ipsquantity", 7);
+    changed.insert("editprop", "M");
+    lines.replace(0, changed);
+    card.insert("lines", lines);
+    const auto saved = as("demo", {QStringLiteral("save"), write(card), QStringLiteral("--json")});
+    ASSERT_EQ(saved.status, 0) << saved.out.toStdString();
+    EXPECT_EQ(lastJson(saved.out).value("iautoid").toString(), id);
+    const QJsonArray stored =
+        lastJson(as("demo", {QStringLiteral("lines"), id, QStringLiteral("--json")}).out)
+            .value("rows")
+            .toArray();
+    ASSERT_EQ(stored.size(), 1);
+    EXPECT_EQ(stored.at(0).toObject().value("ipsquantity").toDouble(), 7.0);
+
+    const auto stale = as("demo", {QStringLiteral("card-delete"), id, QStringLiteral("--qzts"),
+                                   QString::number(qlonglong(firstVersion))});
+    EXPECT_EQ(stale.status, 1);
+    EXPECT_TRUE(stale.err.contains(QStringLiteral("本单据已被其他人更新，请刷新后再试！")));
+    EXPECT_EQ(as("demo", {QStringLiteral("card-delete"), id}).status, 0);
+    EXPECT_EQ(as("demo", {QStringLiteral("show"), id}).status, 1);
+}
+
 BOM_INSTANTIATE_BACKENDS(BomctlTest);

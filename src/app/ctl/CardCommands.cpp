@@ -1,7 +1,10 @@
 #include "CardJson.h"
 #include "Commands.h"
 #include "CtlContext.h"
+#include "bomservice/BomCardLoader.h"
+#include "bomservice/BomSaver.h"
 #include "bomservice/BomValidator.h"
+#include "bomservice/Guards.h"
 #include "db/DbError.h"
 
 #include <QFile>
@@ -65,12 +68,67 @@ int runValidate(CtlContext& ctx) {
     return ctx.finish(ExitOk);
 }
 
+int runSave(CtlContext& ctx) {
+    const auto words = ctx.positional(1, 1);
+    if (!words)
+        return ExitUsage;
+    int status = ExitOk;
+    auto card = readCard(ctx, words->first(), &status);
+    if (!card)
+        return status;
+    if ((status = ctx.startSession()))
+        return status;
+    // A card that names its header is a modification; one without is new.
+    const int mode = card->header.text(0, QStringLiteral("iautoid")).isEmpty() ? 0 : 1;
+    QString result;
+    QString error;
+    if (!bomservice::BomSaver(ctx.session())
+             .SaveBom(*card, QStringLiteral("PP30"), mode, result, error))
+        return ctx.finish(ExitRefused, {{"result", result}});
+    const QString id = card->header.text(0, QStringLiteral("iautoid"));
+    ctx.printLine(id);
+    return ctx.finish(
+        ExitOk,
+        {{"iautoid", id}, {"qzts", card->header.value(0, QStringLiteral("qzts")).toLongLong()}});
+}
+
+int runCardDelete(CtlContext& ctx) {
+    const auto version = ctx.args().option(QStringLiteral("--qzts"));
+    const auto words = ctx.positional(1, 1);
+    if (!words)
+        return ExitUsage;
+    bool ok = true;
+    const qlonglong qzts = version ? version->toLongLong(&ok) : 0;
+    if (!ok)
+        return ctx.usage(QStringLiteral("--qzts 需要整数：%1").arg(*version));
+    if (const int status = ctx.startSession())
+        return status;
+    bomservice::BomCardLoader loader(ctx.db(), ctx.prompter());
+    const auto voucher = loader.LoadTemplate(QStringLiteral("PP30"));
+    auto card = voucher ? loader.LoadBom(*voucher, words->first()) : std::nullopt;
+    if (!card)
+        return ctx.finish(ExitRefused);
+    bomservice::BomGuards guards(ctx.session());
+    if (guards.IsApproved(words->first())) {
+        ctx.session().ShowInfo(QStringLiteral("审核过的产品不可删除！"));
+        return ctx.finish(ExitRefused);
+    }
+    if (version) // the version the caller read the card at
+        card->header.setValue(0, QStringLiteral("qzts"), qzts);
+    if (!guards.DeleteBom(*card, QStringLiteral("PP30")))
+        return ctx.finish(ExitRefused);
+    ctx.printLine(QStringLiteral("已删除 %1").arg(words->first()));
+    return ctx.finish(ExitOk, {{"iautoid", words->first()}});
+}
+
 } // namespace
 
 std::vector<Command> cardCommands() {
     return {
         {"validate", "validate FILE [--modify]   (FILE in the form of show; - reads stdin)",
          runValidate},
+        {"save", "save FILE   (a header without iautoid is a new card)", runSave},
+        {"card-delete", "card-delete IAUTOID [--qzts N]", runCardDelete},
     };
 }
 

@@ -1,0 +1,262 @@
+#include "BomSaver.h"
+
+#include "BomCardLoader.h"
+#include "BomValidator.h"
+#include "RowWriter.h"
+#include "db/DbError.h"
+#include "db/Transaction.h"
+#include "entry/BomIdentity.h"
+#include "entry/Session.h"
+#include "suite/Prompter.h"
+
+#include <QUuid>
+
+namespace bom::bomservice {
+namespace {
+
+const QString kTitle = QStringLiteral("BOM维护");
+const QString kSaveFailed = QStringLiteral("保存失败！");
+
+// The header-against-line rule, bound to this header's identity: lines elsewhere whose
+// component is this BOM's parent variant.
+db::SqlCondition linesUsing(const BomCard& card) {
+    entry::BomIdentity id{card.header.text(0, QStringLiteral("cpspcode")),
+                          card.header.text(0, QStringLiteral("csocode")),
+                          {}};
+    for (int i = 0; i < 10; ++i)
+        id.free[i] = card.header.text(0, QStringLiteral("cfree%1").arg(i + 1));
+    return id.matches(QStringLiteral("cpscode"));
+}
+
+} // namespace
+
+BomSaver::BomSaver(entry::Session& session) : session_(session) {}
+
+bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QString& resultText,
+                       QString& errorText) {
+    resultText.clear();
+    errorText.clear();
+    BomValidator validator(session_);
+    if (!validator.ValidateBom(card, mode)) {
+        resultText = QStringLiteral("单据录入不合法！");
+        return false;
+    }
+    const QString headerId = card.header.text(0, QStringLiteral("iautoid"));
+    if (card.header.text(0, QStringLiteral("bmrcbbom")) == QStringLiteral("是") &&
+        !validator.ConfirmDefaultCostBom(card.header.text(0, QStringLiteral("cpspcode")),
+                                         headerId)) {
+        resultText = QStringLiteral("用户取消");
+        return false;
+    }
+    auto refuse = [&](const QString& result, const QString& shown) {
+        resultText = result;
+        errorText = shown;
+        session_.prompter.info(shown, kTitle, 16);
+        return false;
+    };
+    if (card.header.rowCount() != 1)
+        return refuse(kSaveFailed, QStringLiteral("前台传来的表头数据有误，不能保存!"));
+    card.header.setValue(0, QStringLiteral("ccheck"),
+                         QStringLiteral("")); // a saved BOM is never approved
+    const auto voucher = BomCardLoader(*session_.gConn, session_.prompter).findTemplate(cardNumber);
+    if (!voucher) {
+        resultText = QStringLiteral("单据录入不合法！");
+        return false;
+    }
+    if (voucher->HaveBodyGrid && card.lines.columns().empty())
+        return refuse(kSaveFailed, QStringLiteral("前台传来的表体数据有误，不能保存!"));
+
+    BomCard saved = card;
+    if (mode == 0) // every line of a new card is added, whatever it was marked
+        for (int row : saved.lines.notDeletedRows())
+            saved.lines.setEditprop(row, QStringLiteral("A"));
+    RowWriter writer(*session_.gConn, *session_.gLogin, voucher->DEF_ID);
+    try {
+        db::Transaction tx(*session_.gConn);
+        const QString setup = session_.gConn->dialect().longTransactionSetup();
+        if (!setup.isEmpty())
+            session_.gConn->exec(setup);
+        if (!writeCard(saved, mode, writer, errorText)) {
+            resultText = kSaveFailed;
+            if (!errorText.isEmpty())
+                session_.prompter.info(errorText, kTitle, 16);
+            return false;
+        }
+        tx.commit();
+    } catch (const db::DbError&) {
+        return refuse(kSaveFailed, QStringLiteral("保存失败，\r\n请重试，\r\n或检查数据格式！"));
+    }
+    markSaved(saved);
+    card = saved;
+    return true;
+}
+
+bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText) {
+    db::Database& db = *session_.gConn;
+    const QString parent = card.header.text(0, QStringLiteral("cpspcode"));
+    // A modification may move the BOM to another parent: both parents' totals change.
+    QStringList parents{parent};
+    QString headerId = card.header.text(0, QStringLiteral("iautoid"));
+    if (mode == 1)
+        parents << db.scalar(
+                         QStringLiteral("select cpspcode from productstructure where iautoid=?"),
+                         {headerId})
+                       .toString();
+    deleteLines(card);
+    if (card.header.text(0, QStringLiteral("bmrcbbom")) == QStringLiteral("是"))
+        db.exec(QStringLiteral("update productstructure set bmrcbbom=0 where cpspcode=?"),
+                {parent});
+    SaveParentDepartment(parent, card.header.text(0, QStringLiteral("cdepcode")));
+
+    if (mode == 0)
+        headerId = QUuid::createUuid().toString(QUuid::WithBraces).toUpper();
+    RowWriter::Outcome outcome;
+    const QVariant written = writer.WriteRow(QStringLiteral("ProductStructure"), card.header, 0,
+                                             mode, false, headerId, &outcome);
+    if (outcome == RowWriter::Outcome::NoRowUpdated) {
+        errorText = QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！");
+        return false;
+    }
+    card.header.setValue(0, QStringLiteral("iautoid"), headerId);
+    card.header.setValue(0, QStringLiteral("ID"),
+                         mode == 0 ? written
+                                   : db.scalar(QStringLiteral("select ID from productstructure "
+                                                              "where iautoid=?"),
+                                               {headerId}));
+    UpdateChildLinks(card, headerId);
+    SetLineKeys(card, headerId);
+    writeLines(card, writer);
+    LinkLineChildren(headerId);
+    LinkSalesOrder(headerId, card.header.text(0, QStringLiteral("csocode")));
+    SaveQuantityTotals(parents);
+    if (!BomValidator(session_).CheckLineDuplicatesInDb(headerId))
+        return false; // the rule has shown its message
+    db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
+                           "productstructures where ipid=? and replaceflag=0)"),
+            {headerId});
+    db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
+                           "cname='bStruChange'"));
+    card.header.setValue(0, QStringLiteral("qzts"),
+                         db.scalar(QStringLiteral("select qzts from productstructure where "
+                                                  "iautoid=?"),
+                                   {headerId}));
+    return true;
+}
+
+void BomSaver::deleteLines(const BomCard& card) {
+    db::Database& db = *session_.gConn;
+    for (int row : card.lines.deletedRows()) {
+        const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
+        if (autoid.isNull())
+            continue; // added and removed again before any save
+        db.exec(QStringLiteral("Delete from ProstruOpt where autoid=?"), {autoid});
+        db.exec(QStringLiteral("Delete from ProductStructures where autoid=?"), {autoid});
+    }
+}
+
+void BomSaver::UpdateChildLinks(const BomCard& card, const QString& headerId) {
+    db::Database& db = *session_.gConn;
+    // Lines that pointed here for an identity this BOM no longer has lose the link; lines
+    // whose component is this BOM's parent variant get it.
+    const db::SqlCondition uses = linesUsing(card);
+    db.exec(QStringLiteral("update ProductStructures set childguid=NULL where childguid=? and "
+                           "not (") +
+                uses.sql + QStringLiteral(")"),
+            db::Params{headerId} + uses.params);
+    db.exec(QStringLiteral("update ProductStructures set childguid=? where ") + uses.sql,
+            db::Params{headerId} + uses.params);
+}
+
+void BomSaver::SaveParentDepartment(const QString& parentCode, const QString& depCode) {
+    db::Database& db = *session_.gConn;
+    const QVariant department = depCode.isEmpty() ? QVariant() : QVariant(depCode);
+    if (db.exec(QStringLiteral("Update ProductStructureEx set cDepCode=? where cPSPCode=?"),
+                {department, parentCode}) == 0)
+        db.exec(QStringLiteral("insert into ProductStructureEx(cpspcode,cdepcode) values(?,?)"),
+                {parentCode, department});
+}
+
+void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {
+    db::Database& db = *session_.gConn;
+    QStringList parents = parentCodes;
+    parents.removeDuplicates();
+    for (const QString& parent : parents) {
+        if (parent.isEmpty())
+            continue;
+        db.exec(QStringLiteral("delete from ProductStructuresEx where cPSPCode=?"), {parent});
+        db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode,cPSCode,iPSQuantity) "
+                               "select cpspcode, cpscode, SUM(COALESCE(ipsquantity,0)) from "
+                               "ProductStructures where cpspcode=? group by cpspcode, cpscode"),
+                {parent});
+    }
+}
+
+void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {
+    const QString parent = card.header.text(0, QStringLiteral("cpspcode"));
+    for (int row : card.lines.allRows()) {
+        card.lines.setValue(row, QStringLiteral("ipid"), headerId);
+        card.lines.setValue(row, QStringLiteral("cpspcode"), parent);
+    }
+}
+
+void BomSaver::writeLines(BomCard& card, RowWriter& writer) {
+    db::Database& db = *session_.gConn;
+    for (int row : card.lines.addedOrModifiedRows()) {
+        const bool added = card.lines.editprop(row) == QLatin1String("A");
+        RowWriter::Outcome outcome;
+        const QVariant autoid =
+            writer.WriteRow(QStringLiteral("ProductStructures"), card.lines, row, added ? 0 : 1,
+                            true, card.lines.value(row, QStringLiteral("autoid")), &outcome);
+        if (outcome == RowWriter::Outcome::NoRowUpdated)
+            throw db::DbError(QStringLiteral("行%1已不存在").arg(autoid.toString()));
+        card.lines.setValue(row, QStringLiteral("autoid"), autoid);
+        // A copied line brings the substitutes of the line it was copied from.
+        const QVariant source = card.lines.oldautoid(row);
+        if (!source.toString().isEmpty() && source.toLongLong() != autoid.toLongLong() &&
+            card.lines.text(row, QStringLiteral("replaceflag")) == QStringLiteral("是")) {
+            db.exec(QStringLiteral("delete from ProstruOpt where autoid=?"), {autoid});
+            db.exec(
+                QStringLiteral(
+                    "insert into ProstruOpt (cInvCode,cFree1,cFree2,cFree3,cFree4,cFree5,cFree6,"
+                    "cFree7,cFree8,cFree9,cFree10,cbatch,cWhcode,cPersonName,Sequence,tdQtyN,"
+                    "tdQtyD,AutoID,ccaacomunitcode) select cInvCode,cFree1,cFree2,cFree3,cFree4,"
+                    "cFree5,cFree6,cFree7,cFree8,cFree9,cFree10,cbatch,cWhcode,cPersonName,"
+                    "Sequence,tdQtyN,tdQtyD,?,ccaacomunitcode from ProstruOpt where autoid=?"),
+                {autoid, source});
+        }
+    }
+}
+
+void BomSaver::LinkLineChildren(const QString& headerId) {
+    session_.gConn->exec(
+        QStringLiteral("update ProductStructures set childguid=(select h.iautoid from "
+                       "ProductStructure h where ") +
+            entry::BomIdentity::headerMatchesLine(QStringLiteral("h"),
+                                                  QStringLiteral("ProductStructures")) +
+            QStringLiteral(" LIMIT 1) where ipid=?"),
+        {headerId});
+}
+
+void BomSaver::LinkSalesOrder(const QString& headerId, const QString& salesOrder) {
+    const QStringList parts = salesOrder.split(QLatin1Char('-'));
+    if (parts.size() != 3 || parts[2].toDouble() <= 0)
+        return;
+    session_.gConn->exec(
+        QStringLiteral("update so_sodetails set cbomsocode=?, bomid=? where autoid=? and "
+                       "cinvcode=? and id in (select id from so_somain where csocode=?)"),
+        {salesOrder, headerId, parts[2].toLongLong(), parts[1], parts[0]});
+}
+
+void BomSaver::markSaved(BomCard& card) {
+    for (int row = card.lines.rowCount() - 1; row >= 0; --row) {
+        if (card.lines.editprop(row) == QLatin1String("D")) {
+            card.lines.removeRow(row);
+            continue;
+        }
+        card.lines.setEditprop(row, QStringLiteral(""));
+        card.lines.setValue(row, QStringLiteral("oldautoid"),
+                            card.lines.value(row, QStringLiteral("autoid")));
+    }
+}
+
+} // namespace bom::bomservice

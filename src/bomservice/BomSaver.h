@@ -1,0 +1,47 @@
+#pragma once
+
+#include "RowSet.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::bomservice {
+
+class RowWriter;
+
+// Saves one BOM card in one transaction: validation, deleted lines, header, lines, the links
+// to child BOMs and to the sales order line, the quantity totals, and the structure-changed
+// flag. On success the card holds its new keys, so a second save is a modification.
+class BomSaver {
+public:
+    explicit BomSaver(entry::Session& session);
+
+    // mode 0 new card, 1 modified card. False with `resultText` the short reason and
+    // `errorText` what was shown (messages shown already are not repeated).
+    bool SaveBom(BomCard& card, const QString& cardNumber, int mode, QString& resultText,
+                 QString& errorText);
+
+    // Each runs inside the save's transaction.
+    void UpdateChildLinks(const BomCard& card, const QString& headerId);
+    void SaveParentDepartment(const QString& parentCode, const QString& depCode);
+    // Totals per (parent, component) are recomputed from the stored lines of the parents the
+    // save touched, so they always equal the sum over every BOM of the pair.
+    void SaveQuantityTotals(const QStringList& parentCodes);
+    void SetLineKeys(BomCard& card, const QString& headerId);
+    void LinkLineChildren(const QString& headerId);
+    void LinkSalesOrder(const QString& headerId, const QString& salesOrder);
+
+private:
+    bool writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText);
+    void deleteLines(const BomCard& card);
+    void writeLines(BomCard& card, RowWriter& writer);
+    void markSaved(BomCard& card);
+
+    entry::Session& session_;
+};
+
+} // namespace bom::bomservice

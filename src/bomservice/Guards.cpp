@@ -1,0 +1,130 @@
+#include "Guards.h"
+
+#include "BomCardLoader.h"
+#include "BomSaver.h"
+#include "BomValidator.h"
+#include "db/DbError.h"
+#include "db/Transaction.h"
+#include "entry/Session.h"
+#include "suite/Prompter.h"
+
+namespace bom::bomservice {
+namespace {
+
+const QString kTitle = QStringLiteral("BOM维护");
+
+} // namespace
+
+bool BomGuards::IsApproved(const QString& headerId) {
+    return !session_.gConn
+                ->scalar(
+                    QStringLiteral("select COALESCE(ccheck,'') as ccheck from productstructure "
+                                   "where iautoid=?"),
+                    {headerId})
+                .toString()
+                .isEmpty();
+}
+
+bool BomGuards::CheckNotApproved(const QString& headerId) {
+    if (!IsApproved(headerId))
+        return true;
+    session_.ShowInfo(QStringLiteral("审核过的产品不可修改！"));
+    return false;
+}
+
+QString BomGuards::GetVoucherId(const QString& headerId) {
+    return session_.gConn
+        ->scalar(QStringLiteral("select ID from productstructure where iautoid=?"), {headerId})
+        .toString();
+}
+
+bool BomGuards::CheckNotStopped(const QString& headerId) {
+    if (session_.gConn
+            ->scalar(QStringLiteral("select COALESCE(bStopFlag,0) as bStopFlag from "
+                                    "productstructure where iautoid=?"),
+                     {headerId})
+            .toInt() == 0)
+        return true;
+    session_.ShowInfo(QStringLiteral("停用的产品不可修改！"));
+    return false;
+}
+
+bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
+    if (!BomValidator(session_).CheckBeforeModify(card))
+        return false;
+    db::Database& db = *session_.gConn;
+    auto refuse = [&](const QString& message) {
+        session_.prompter.info(message, kTitle, 16);
+        return false;
+    };
+    const QVariant id = card.header.value(0, QStringLiteral("ID"));
+    const QString headerId = card.header.text(0, QStringLiteral("iautoid"));
+    try {
+        const auto voucher = BomCardLoader(db, session_.prompter).findTemplate(cardNumber);
+        if (!voucher)
+            return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
+        db::Transaction tx(db);
+        const db::Rows version = db.query(
+            QStringLiteral("select qzts, cpspcode from %1 where id=?").arg(voucher->BTTblName),
+            {id});
+        if (version.empty())
+            return refuse(QStringLiteral("本单据已被其他人删除，请刷新！"));
+        if (version.value(0, "qzts").toLongLong() !=
+            card.header.value(0, QStringLiteral("qzts")).toLongLong())
+            return refuse(QStringLiteral("本单据已被其他人更新，请刷新后再试！"));
+        if (voucher->HaveBodyGrid) {
+            db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from %1 "
+                                   "where psid=?)")
+                        .arg(voucher->BWTblName),
+                    {id});
+            db.exec(QStringLiteral("delete from %1 where psid=?").arg(voucher->BWTblName), {id});
+        }
+        if (db.exec(QStringLiteral("delete from %1 where id=?").arg(voucher->BTTblName), {id}) == 0)
+            return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
+        // Nothing may keep pointing at the BOM that is gone.
+        db.exec(QStringLiteral("update ProductStructures set childguid=NULL where childguid=?"),
+                {headerId});
+        db.exec(QStringLiteral("update so_sodetails set cbomsocode=NULL, bomid=NULL where bomid=?"),
+                {headerId});
+        db.exec(
+            QStringLiteral("delete from sys_attachment where lower(ccardnum)=? and ivoucherid=?"),
+            {QLatin1String(kCardNumber), id});
+        BomSaver(session_).SaveQuantityTotals({version.text(0, "cpspcode")});
+        tx.commit();
+        return true;
+    } catch (const db::DbError&) {
+        return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
+    }
+}
+
+int BomGuards::appendAttachmentRow(RowSet& document, const QString& headerId,
+                                   const QString& redFlag) {
+    const int row = document.appendRow();
+    document.setValue(row, QStringLiteral("strcardnum"), QLatin1String(kCardNumber));
+    document.setValue(row, QStringLiteral("ikeyid"), GetVoucherId(headerId));
+    document.setValue(row, QStringLiteral("bredflag"), redFlag);
+    return row;
+}
+
+bool BomGuards::BuildAttachmentRow(RowSet& document, const QString& headerId,
+                                   const QString& redFlag) {
+    const int attached = session_.gConn
+                             ->scalar(QStringLiteral("select count(*) from sys_attachment where "
+                                                     "lower(ccardnum)=? and ivoucherid=?"),
+                                      {QLatin1String(kCardNumber), GetVoucherId(headerId)})
+                             .toInt();
+    if (attached > 0) {
+        session_.ShowInfo(QStringLiteral("请先请删除单据附件！"));
+        return false;
+    }
+    appendAttachmentRow(document, headerId, redFlag);
+    return true;
+}
+
+void BomGuards::BuildAttachmentRowClosed(RowSet& document, const QString& headerId,
+                                         const QString& redFlag) {
+    const int row = appendAttachmentRow(document, headerId, redFlag);
+    document.setValue(row, QStringLiteral("bclosecard"), IsApproved(headerId));
+}
+
+} // namespace bom::bomservice

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "RowSet.h"
+
+#include <QString>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::bomservice {
+
+// What may happen to a stored BOM: approved and stopped BOMs are not changed, and a delete
+// compares the row version the card was loaded with.
+class BomGuards {
+public:
+    static constexpr const char* kCardNumber = "pp30";
+
+    explicit BomGuards(entry::Session& session) : session_(session) {}
+
+    bool CheckNotApproved(const QString& headerId); // "审核过的产品不可修改！"
+    bool IsApproved(const QString& headerId);
+    QString GetVoucherId(const QString& headerId);
+    bool CheckNotStopped(const QString& headerId); // "停用的产品不可修改！"
+
+    // Deletes the card with its lines, substitutes and attachments in one transaction, unless
+    // another session deleted or changed the BOM since the card's qzts was read.
+    bool DeleteBom(const BomCard& card, const QString& cardNumber);
+
+    // The context row the attachment handling receives: appended to `document`. The plain
+    // form refuses a card that still has attachments ("请先请删除单据附件！").
+    bool BuildAttachmentRow(RowSet& document, const QString& headerId, const QString& redFlag);
+    void BuildAttachmentRowClosed(RowSet& document, const QString& headerId,
+                                  const QString& redFlag);
+
+private:
+    int appendAttachmentRow(RowSet& document, const QString& headerId, const QString& redFlag);
+
+    entry::Session& session_;
+};
+
+} // namespace bom::bomservice

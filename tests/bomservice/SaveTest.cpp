@@ -1,0 +1,356 @@
+#include "bomservice/BomCardLoader.h"
+#include "bomservice/BomSaver.h"
+#include "bomservice/Guards.h"
+#include "db/Transaction.h"
+#include "suite/PublicService.h"
+#include "support/TestAccount.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <csignal>
+
+using namespace bom;
+using bomservice::BomCard;
+
+class SaveTest : public test::BackendTest {
+protected:
+    void SetUp() override {
+        BackendTest::SetUp();
+        auto db = account->createDemo();
+        suite::PublicService::setFunctionLockShared(*db, true); // two sessions in some tests
+        session = std::make_unique<test::TestSession>(account->url(), QStringLiteral("demo"));
+    }
+    void TearDown() override {
+        session.reset();
+        BackendTest::TearDown();
+    }
+    db::Database& db() { return session->db(); }
+    QString idOf(const char* parent, const char* free1 = "") {
+        return db()
+            .scalar(QStringLiteral("SELECT iautoid FROM ProductStructure WHERE cpspcode=? "
+                                   "AND COALESCE(cfree1,'')=? AND csocode IS NULL"),
+                    {QLatin1String(parent), QLatin1String(free1)})
+            .toString();
+    }
+    BomCard load(test::TestSession& s, const QString& id) {
+        bomservice::BomCardLoader loader(s.db(), s.prompter);
+        return *loader.LoadBom(*loader.LoadTemplate(QStringLiteral("PP30")), id);
+    }
+    BomCard newCard(const QString& parent) {
+        bomservice::BomCardLoader loader(db(), session->prompter);
+        BomCard card = loader.NewCard(*loader.LoadTemplate(QStringLiteral("PP30")));
+        const int row = card.header.appendRow();
+        card.header.setValue(row, QStringLiteral("cpspcode"), parent);
+        card.header.setValue(row, QStringLiteral("bmrcbbom"), QStringLiteral("否"));
+        return card;
+    }
+    int addLine(BomCard& card, const QString& component, double quantity) {
+        const int row = card.lines.appendRow();
+        card.lines.setValue(row, QStringLiteral("cpscode"), component);
+        card.lines.setValue(row, QStringLiteral("ipsquantity"), quantity);
+        card.lines.setValue(row, QStringLiteral("tdqtyd"), 1.0);
+        card.lines.setValue(row, QStringLiteral("replaceflag"), QStringLiteral("否"));
+        card.lines.setValue(row, QStringLiteral("wiptype"), QStringLiteral("正常领料"));
+        card.lines.setEditprop(row, QStringLiteral("A"));
+        return row;
+    }
+    bool save(test::TestSession& s, BomCard& card, int mode, QString* result = nullptr) {
+        QString r, e;
+        const bool ok =
+            bomservice::BomSaver(s.session()).SaveBom(card, QStringLiteral("PP30"), mode, r, e);
+        if (result)
+            *result = r;
+        return ok;
+    }
+    int count(const QString& sql, const db::Params& params = {}) {
+        return db().scalar(sql, params).toInt();
+    }
+    double total(const char* parent, const char* component) {
+        return db()
+            .scalar(QStringLiteral("SELECT iPSQuantity FROM ProductStructuresEx WHERE "
+                                   "cPSPCode=? AND cPSCode=?"),
+                    {QLatin1String(parent), QLatin1String(component)})
+            .toDouble();
+    }
+    std::unique_ptr<test::TestSession> session;
+};
+
+TEST_P(SaveTest, NewCardThenModificationKeepKeysLinesAndTotals) {
+    db().exec(QStringLiteral("UPDATE AccInformation SET cValue='0' WHERE cName='bStruChange'"));
+    BomCard card = newCard(QStringLiteral("SD100"));
+    addLine(card, QStringLiteral("RM100"), 2);
+    addLine(card, QStringLiteral("SP100"), 3);
+    card.header.setValue(0, QStringLiteral("cmemo"),
+                         QStringLiteral("x'); DELETE FROM Inventory; --"));
+    ASSERT_TRUE(save(*session, card, 0)) << session->prompter.texts().join('|').toStdString();
+    const QString id = card.header.text(0, QStringLiteral("iautoid"));
+    EXPECT_EQ(id.size(), 38);
+    EXPECT_FALSE(card.header.value(0, QStringLiteral("ID")).isNull());
+    EXPECT_FALSE(card.lines.value(1, QStringLiteral("autoid")).isNull());
+    EXPECT_EQ(card.lines.editprop(1), QString());
+    EXPECT_EQ(
+        db().scalar(QStringLiteral("SELECT cmemo FROM ProductStructure WHERE iautoid=?"), {id})
+            .toString(),
+        QStringLiteral("x'); DELETE FROM Inventory; --"));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM Inventory")), 22);
+    EXPECT_EQ(
+        db().scalar(QStringLiteral("SELECT cValue FROM AccInformation WHERE cName='bStruChange'"))
+            .toString(),
+        QStringLiteral("1"));
+    EXPECT_EQ(total("SD100", "SP100"), 3.0);
+
+    // Change one line, add one, drop one: a second save is a modification.
+    card.lines.setValue(0, QStringLiteral("ipsquantity"), 5.0);
+    card.lines.setEditprop(0, QStringLiteral("M"));
+    card.lines.setEditprop(1, QStringLiteral("D"));
+    addLine(card, QStringLiteral("TY100"), 1);
+    ASSERT_TRUE(save(*session, card, 1)) << session->prompter.texts().join('|').toStdString();
+    EXPECT_EQ(card.lines.rowCount(), 2);
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE ipid=?"), {id}),
+              2);
+    EXPECT_EQ(total("SD100", "RM100"), 5.0);
+    EXPECT_EQ(total("SD100", "SP100"), 0.0); // no line left: no total
+    EXPECT_EQ(
+        count(QStringLiteral("SELECT count(*) FROM ProductStructuresEx WHERE cPSPCode='SD100'")),
+        2);
+    EXPECT_EQ(
+        count(QStringLiteral("SELECT count(*) FROM ProductStructureEx WHERE cPSPCode='SD100'")), 1);
+    // Totals equal the stored lines over every BOM of each pair.
+    EXPECT_EQ(
+        count(QStringLiteral("SELECT count(*) FROM ProductStructuresEx x WHERE x.iPSQuantity <> "
+                             "(SELECT SUM(ipsquantity) FROM ProductStructures p WHERE "
+                             "p.cpspcode=x.cPSPCode AND p.cpscode=x.cPSCode)")),
+        0);
+}
+
+TEST_P(SaveTest, SubstitutesFollowCopiedFlaggedLinesOnly) {
+    BomCard frame = load(*session, idOf("FR100"));
+    const QVariant tube = frame.lines.value(0, QStringLiteral("autoid")); // flagged, one substitute
+    BomCard copy = newCard(QStringLiteral("SD100"));
+    for (int source = 0; source < 2; ++source) {
+        const int row = copy.lines.appendRow();
+        for (const auto& column : frame.lines.columns())
+            copy.lines.setValue(row, column.name, frame.lines.value(source, column.name));
+        copy.lines.setEditprop(row, QStringLiteral("A"));
+    }
+    ASSERT_TRUE(save(*session, copy, 0)) << session->prompter.texts().join('|').toStdString();
+    const QVariant copiedTube = copy.lines.value(0, QStringLiteral("autoid"));
+    EXPECT_NE(copiedTube.toLongLong(), tube.toLongLong());
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID=?"), {copiedTube}),
+              1);
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID=?"),
+                    {copy.lines.value(1, QStringLiteral("autoid"))}),
+              0);
+
+    // Unflagging a line drops its substitutes.
+    frame.lines.setValue(0, QStringLiteral("replaceflag"), QStringLiteral("否"));
+    frame.lines.setEditprop(0, QStringLiteral("M"));
+    ASSERT_TRUE(save(*session, frame, 1));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID=?"), {tube}), 0);
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID=?"), {copiedTube}),
+              1);
+}
+
+TEST_P(SaveTest, ChildLinksDefaultCostAndSalesOrderLinks) {
+    // A new BOM of a part used elsewhere is linked from those lines; its own lines link down.
+    BomCard rim = newCard(QStringLiteral("RM100"));
+    addLine(rim, QStringLiteral("SP100"), 1);
+    addLine(rim, QStringLiteral("FK100"), 1);
+    ASSERT_TRUE(save(*session, rim, 0)) << session->prompter.texts().join('|').toStdString();
+    const QString rimId = rim.header.text(0, QStringLiteral("iautoid"));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE cpscode='RM100' "
+                                   "AND childguid=?"),
+                    {rimId}),
+              1);
+    EXPECT_EQ(db().scalar(QStringLiteral("SELECT childguid FROM ProductStructures WHERE ipid=? AND "
+                                         "cpscode='FK100'"),
+                          {rimId})
+                  .toString(),
+              idOf("FK100"));
+
+    // A second default cost BOM of a parent: declined writes nothing, accepted moves the flag.
+    BomCard order = newCard(QStringLiteral("BK100"));
+    order.header.setValue(0, QStringLiteral("bmrcbbom"), QStringLiteral("是"));
+    order.header.setValue(0, QStringLiteral("csocode"), QStringLiteral("SO2026001-BK100-0"));
+    addLine(order, QStringLiteral("FR100"), 1);
+    QString result;
+    session->prompter.queueAnswer(suite::Prompter::Answer::No);
+    EXPECT_FALSE(save(*session, order, 0, &result));
+    EXPECT_EQ(result, QStringLiteral("用户取消"));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE cpspcode='BK100'")),
+              1);
+    session->prompter.queueAnswer(suite::Prompter::Answer::Yes);
+    ASSERT_TRUE(save(*session, order, 0));
+    EXPECT_EQ(
+        count(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE cpspcode='BK100' AND "
+                             "bmrcbbom=1")),
+        1);
+    EXPECT_EQ(count(QStringLiteral("SELECT bmrcbbom FROM ProductStructure WHERE iautoid=?"),
+                    {order.header.text(0, QStringLiteral("iautoid"))}),
+              1);
+    // A line id of 0 links no sales order line; a three-part key with a real line does.
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM so_sodetails WHERE bomid IS NOT NULL")),
+              1);
+    BomCard shirt = newCard(QStringLiteral("GT100"));
+    shirt.header.setValue(0, QStringLiteral("cfree1"), QStringLiteral("WHT"));
+    shirt.header.setValue(0, QStringLiteral("csocode"), QStringLiteral("SO2026002-GT100"));
+    addLine(shirt, QStringLiteral("BT100"), 6);
+    ASSERT_TRUE(save(*session, shirt, 0));
+    EXPECT_EQ(count(QStringLiteral(
+                  "SELECT count(*) FROM so_sodetails WHERE autoid=102 AND bomid IS NULL")),
+              1);
+    shirt.header.setValue(0, QStringLiteral("csocode"), QStringLiteral("SO2026002-GT100-102"));
+    ASSERT_TRUE(save(*session, shirt, 1));
+    EXPECT_EQ(
+        db().scalar(QStringLiteral("SELECT bomid FROM so_sodetails WHERE autoid=102")).toString(),
+        shirt.header.text(0, QStringLiteral("iautoid")));
+}
+
+TEST_P(SaveTest, DuplicatesFoundInTheDatabaseRollTheSaveBack) {
+    BomCard frame = load(*session, idOf("FR100"));
+    frame.lines.removeRow(1); // only the changed line travels
+    frame.lines.setValue(0, QStringLiteral("cpscode"), QStringLiteral("PT100"));
+    frame.lines.setValue(0, QStringLiteral("replaceflag"), QStringLiteral("否"));
+    frame.lines.setEditprop(0, QStringLiteral("M"));
+    QString result;
+    EXPECT_FALSE(save(*session, frame, 1, &result));
+    EXPECT_EQ(result, QStringLiteral("保存失败！"));
+    EXPECT_EQ(session->prompter.texts().last(),
+              QStringLiteral("子件编码（PT100）出现重复，请修改！"));
+    EXPECT_EQ(count(QStringLiteral(
+                        "SELECT count(*) FROM ProductStructures WHERE ipid=? AND cpscode='TU100'"),
+                    {idOf("FR100")}),
+              1);
+}
+
+TEST_P(SaveTest, TwoSessionsCannotSaveOrDeleteOverEachOther) {
+    test::TestSession other(account->url(), QStringLiteral("demo"));
+    BomCard mine = load(*session, idOf("FR100"));
+    BomCard theirs = load(other, idOf("FR100"));
+    ASSERT_TRUE(bomservice::BomGuards(other.session()).DeleteBom(theirs, QStringLiteral("PP30")));
+    mine.lines.setValue(0, QStringLiteral("ipsquantity"), 9.0);
+    mine.lines.setEditprop(0, QStringLiteral("M"));
+    QString result;
+    EXPECT_FALSE(save(*session, mine, 1, &result));
+    EXPECT_EQ(result, QStringLiteral("保存失败！"));
+    EXPECT_EQ(session->prompter.prompts().back().text,
+              QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！"));
+    EXPECT_EQ(session->prompter.prompts().back().style, 16);
+    EXPECT_EQ(
+        count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE cpspcode='FR100'")), 0);
+
+    BomCard wheel = load(*session, idOf("WH100"));
+    BomCard changed = load(other, idOf("WH100"));
+    changed.header.setValue(0, QStringLiteral("cmemo"), QStringLiteral("changed"));
+    ASSERT_TRUE(save(other, changed, 1));
+    EXPECT_FALSE(
+        bomservice::BomGuards(session->session()).DeleteBom(wheel, QStringLiteral("PP30")));
+    EXPECT_EQ(session->prompter.texts().last(),
+              QStringLiteral("本单据已被其他人更新，请刷新后再试！"));
+    EXPECT_TRUE(bomservice::BomGuards(session->session())
+                    .DeleteBom(load(*session, idOf("WH100")), QStringLiteral("PP30")));
+    EXPECT_FALSE(
+        bomservice::BomGuards(session->session()).DeleteBom(wheel, QStringLiteral("PP30")));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("本单据已被其他人删除，请刷新！"));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE childguid=?"),
+                    {wheel.header.text(0, QStringLiteral("iautoid"))}),
+              0);
+}
+
+TEST_P(SaveTest, GuardsAndAttachments) {
+    bomservice::BomGuards guards(session->session());
+    EXPECT_FALSE(guards.CheckNotApproved(idOf("BK100")));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("审核过的产品不可修改！"));
+    EXPECT_TRUE(guards.CheckNotApproved(idOf("FR100"))); // ccheck is NULL
+    EXPECT_FALSE(guards.CheckNotStopped(idOf("GT100", "BLU")));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("停用的产品不可修改！"));
+    EXPECT_TRUE(guards.CheckNotStopped(idOf("FR100")));
+
+    const QString frame = idOf("FR100");
+    const QString voucherId = guards.GetVoucherId(frame);
+    db().exec(QStringLiteral("INSERT INTO sys_attachment(ccardnum, ivoucherid, cfilename) VALUES "
+                             "('pp30', ?, 'drawing.pdf')"),
+              {voucherId.toLongLong()});
+    bomservice::RowSet document;
+    EXPECT_FALSE(guards.BuildAttachmentRow(document, frame, QStringLiteral("0")));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("请先请删除单据附件！"));
+    guards.BuildAttachmentRowClosed(document, idOf("BK100"), QStringLiteral("0"));
+    EXPECT_EQ(document.text(0, QStringLiteral("strcardnum")), QStringLiteral("pp30"));
+    EXPECT_TRUE(document.value(0, QStringLiteral("bclosecard")).toBool());
+
+    ASSERT_TRUE(guards.DeleteBom(load(*session, frame), QStringLiteral("PP30")));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM sys_attachment")), 0);
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID NOT IN (SELECT "
+                                   "autoid FROM ProductStructures)")),
+              0);
+    EXPECT_EQ(total("FR100", "TU100"), 0.0);
+}
+
+TEST_P(SaveTest, AKilledSaveLeavesNothingBehind) {
+    // 5,000 purchased items for one large card.
+    QJsonArray lines;
+    {
+        QSqlQuery insert = db().prepare(QStringLiteral(
+            "INSERT INTO Inventory(iId, cInvCode, cInvName, bPurchase) VALUES (?, ?, 'k', 1)"));
+        db::Transaction tx(db());
+        for (int i = 0; i < 5000; ++i) {
+            db().run(insert, {100000 + i, QStringLiteral("K%1").arg(i)});
+            lines.append(QJsonObject{{"cpscode", QStringLiteral("K%1").arg(i)},
+                                     {"ipsquantity", 1},
+                                     {"tdqtyd", 1},
+                                     {"replaceflag", QStringLiteral("否")},
+                                     {"wiptype", QStringLiteral("正常领料")}});
+        }
+        tx.commit();
+    }
+    QTemporaryDir dir;
+    QFile file(dir.filePath(QStringLiteral("big.json")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(
+        QJsonDocument(QJsonObject{{"header", QJsonObject{{"cpspcode", "SD100"}}}, {"lines", lines}})
+            .toJson());
+    file.close();
+    session.reset(); // bomctl takes its own session
+
+    QProcess save;
+    save.start(QStringLiteral(BOMCTL_PATH),
+               {QStringLiteral("save"), file.fileName(), QStringLiteral("--db"), account->url(),
+                QStringLiteral("--user"), QStringLiteral("demo")});
+    ASSERT_TRUE(save.waitForStarted());
+    auto observer = db::Database::open(account->url());
+    // Once its session holds the function lock it is reading and writing the card.
+    for (int i = 0;
+         i < 400 && observer->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt() == 0;
+         ++i)
+        QThread::msleep(5);
+    QThread::msleep(150);
+    ::kill(pid_t(save.processId()), SIGKILL);
+    save.waitForFinished();
+    ASSERT_EQ(save.exitStatus(), QProcess::CrashExit) << "the save finished before it was killed";
+    EXPECT_EQ(
+        observer
+            ->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE cpspcode='SD100'"))
+            .toInt(),
+        0);
+    EXPECT_EQ(observer
+                  ->scalar(QStringLiteral(
+                      "SELECT count(*) FROM ProductStructures WHERE cpspcode='SD100'"))
+                  .toInt(),
+              0);
+    EXPECT_EQ(observer
+                  ->scalar(QStringLiteral(
+                      "SELECT count(*) FROM ProductStructuresEx WHERE cPSPCode='SD100'"))
+                  .toInt(),
+              0);
+    EXPECT_EQ(observer
+                  ->scalar(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID NOT IN "
+                                          "(SELECT autoid FROM ProductStructures)"))
+                  .toInt(),
+              0);
+}
+
+BOM_INSTANTIATE_BACKENDS(SaveTest);
