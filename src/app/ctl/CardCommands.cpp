@@ -13,8 +13,15 @@
 namespace bom::app {
 namespace {
 
-// Reads a card file in the form `bomctl show` prints; "-" is standard input.
-std::optional<bomservice::BomCard> readCard(CtlContext& ctx, const QString& path, int* status) {
+// The card file named by the one argument, in the form `bomctl show` prints ("-" reads
+// standard input), with the session started; `status` says why there is none.
+std::optional<bomservice::BomCard> cardForSession(CtlContext& ctx, int* status) {
+    const auto words = ctx.positional(1, 1);
+    if (!words) {
+        *status = ExitUsage;
+        return std::nullopt;
+    }
+    const QString path = words->first();
     QFile file;
     const bool opened = path == QLatin1String("-")
                             ? file.open(stdin, QIODevice::ReadOnly)
@@ -27,19 +34,16 @@ std::optional<bomservice::BomCard> readCard(CtlContext& ctx, const QString& path
     auto card = cardFromJson(file.readAll(), &error);
     if (!card)
         *status = ctx.fail(ExitUsage, error);
+    else if ((*status = ctx.startSession()))
+        return std::nullopt;
     return card;
 }
 
 int runValidate(CtlContext& ctx) {
     const bool modify = ctx.args().flag(QStringLiteral("--modify"));
-    const auto words = ctx.positional(1, 1);
-    if (!words)
-        return ExitUsage;
     int status = ExitOk;
-    auto card = readCard(ctx, words->first(), &status);
+    auto card = cardForSession(ctx, &status);
     if (!card)
-        return status;
-    if ((status = ctx.startSession()))
         return status;
     bomservice::BomValidator validator(ctx.session());
     auto refused = [&] {
@@ -69,14 +73,9 @@ int runValidate(CtlContext& ctx) {
 }
 
 int runSave(CtlContext& ctx) {
-    const auto words = ctx.positional(1, 1);
-    if (!words)
-        return ExitUsage;
     int status = ExitOk;
-    auto card = readCard(ctx, words->first(), &status);
+    auto card = cardForSession(ctx, &status);
     if (!card)
-        return status;
-    if ((status = ctx.startSession()))
         return status;
     // A card that names its header is a modification; one without is new.
     const int mode = card->header.text(0, QStringLiteral("iautoid")).isEmpty() ? 0 : 1;
