@@ -4,8 +4,7 @@
 // (default /tmp/bom-bench.db)
 #include "BenchAccount.h"
 #include "db/Transaction.h"
-#include "entry/IProduct.h"
-#include "entry/ListWindowHandle.h"
+#include "entry/HeadlessSession.h"
 #include "list/BomList.h"
 #include "suite/Prompter.h"
 #include "suite/RightsStore.h"
@@ -63,21 +62,14 @@ Timing timeQuery(db::Database& db, const db::SqlCondition& sql) {
 }
 
 Timing listFor(const QString& url, const QString& user) {
-    QString error;
-    auto login = suite::Login::SignIn(url, user, QString(), &error);
     suite::ScriptedPrompter prompter;
-    entry::HeadlessListWindowFactory windows;
-    entry::IProduct product(prompter, windows);
-    product.Show(login.get());
-    if (!product.session().running()) {
+    entry::HeadlessSession session(prompter);
+    if (session.start(url, user, QString()) != entry::HeadlessSession::Outcome::Running) {
         std::fprintf(stderr, "session refused: %s\n", qPrintable(prompter.texts().join(' ')));
         std::exit(1);
     }
     // An unrestricted operator's list is the same query without any authorisation condition.
-    const db::SqlCondition sql = list::BomList(product.session()).parentQuery();
-    const Timing t = timeQuery(*product.session().gConn, sql);
-    windows.last->close();
-    return t;
+    return timeQuery(session.db(), list::BomList(session.session()).parentQuery());
 }
 
 } // namespace

@@ -52,12 +52,14 @@ int SchemaMigrator::latestVersion() {
 
 int SchemaMigrator::migrate(Database& db) {
     ensureVersionTable(db);
-    const int current = currentVersion(db);
+    if (currentVersion(db) >= latestVersion())
+        return 0;
     int applied = 0;
     for (const auto& [version, paths] : scriptsByVersion(db.dialect().name())) {
-        if (version <= current)
-            continue;
         Transaction tx(db);
+        // Read inside the transaction: another session may have upgraded meanwhile.
+        if (version <= currentVersion(db))
+            continue;
         for (const QString& path : paths) {
             const QString script = db.dialect().translateSchema(readScript(path));
             for (const QString& statement : splitSqlScript(script))

@@ -3,6 +3,7 @@
 #include "RightsStore.h"
 #include "db/Database.h"
 #include "db/DbError.h"
+#include "db/SchemaMigrator.h"
 
 #include <QCryptographicHash>
 
@@ -29,6 +30,7 @@ std::unique_ptr<Login> Login::SignIn(const QString& url, const QString& userId,
         login->db_ = db::Database::open(url);
         if (!login->db_->relationExists(QStringLiteral("sys_operator")))
             return fail(Failure::Database, QStringLiteral("%1 不是物料清单账套。").arg(url));
+        db::SchemaMigrator::migrate(*login->db_); // an older account is upgraded on sign-in
         const db::Rows rows = login->db_->query(
             QStringLiteral("SELECT cusername, cpasswordhash, csalt FROM sys_operator "
                            "WHERE cuserid=?"),

@@ -95,18 +95,9 @@ namespace bom::test {
 
 TestSession::TestSession(const QString& url, const QString& userId) {
     QString error;
-    login_ = suite::Login::SignIn(url, userId, QString(), &error);
-    if (!login_)
-        throw std::runtime_error(error.toStdString());
-    product_ = std::make_unique<entry::IProduct>(prompter, windows_);
-    product_->Show(login_.get());
-    if (!session().running())
-        throw std::runtime_error("the session did not start");
-}
-
-TestSession::~TestSession() {
-    if (session().running())
-        windows_.last->close();
+    if (headless_.start(url, userId, QString(), &error) != entry::HeadlessSession::Outcome::Running)
+        throw std::runtime_error("the session did not start: " +
+                                 (error + prompter.texts().join(' ')).toStdString());
 }
 
 } // namespace bom::test

@@ -57,8 +57,7 @@ ProcessResult runProgram(const QString& program, const QStringList& args,
     INSTANTIATE_TEST_SUITE_P(Backends, Suite, ::testing::ValuesIn(::bom::test::backends()),        \
                              [](const auto& info) { return info.param; })
 
-#include "entry/IProduct.h"
-#include "entry/ListWindowHandle.h"
+#include "entry/HeadlessSession.h"
 #include "suite/Prompter.h"
 
 namespace bom::test {
@@ -67,15 +66,12 @@ namespace bom::test {
 class TestSession {
 public:
     TestSession(const QString& url, const QString& userId);
-    ~TestSession();
-    entry::Session& session() { return product_->session(); }
-    db::Database& db() { return *session().gConn; }
+    entry::Session& session() { return headless_.session(); }
+    db::Database& db() { return headless_.db(); }
     suite::ScriptedPrompter prompter;
 
 private:
-    std::unique_ptr<suite::Login> login_;
-    entry::HeadlessListWindowFactory windows_;
-    std::unique_ptr<entry::IProduct> product_;
+    entry::HeadlessSession headless_{prompter};
 };
 
 } // namespace bom::test

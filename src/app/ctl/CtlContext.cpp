@@ -87,10 +87,7 @@ CtlContext::CtlContext(const QString& command, CtlArgs args)
     }
 }
 
-CtlContext::~CtlContext() {
-    if (windows_.last && product_ && product_->session().running())
-        windows_.last->close();
-}
+CtlContext::~CtlContext() = default;
 
 std::optional<QStringList> CtlContext::positional(int min, int max) {
     if (args_.missingValue()) {
@@ -111,35 +108,33 @@ std::optional<QStringList> CtlContext::positional(int min, int max) {
 }
 
 int CtlContext::startSession() {
-    const QString& url = dbUrl_;
-    const QString& user = userId_;
-    if (url.isEmpty())
+    if (dbUrl_.isEmpty())
         return usage(QStringLiteral("需要账套：--db URL 或环境变量 BOM_DB"));
-    if (user.isEmpty())
+    if (userId_.isEmpty())
         return usage(QStringLiteral("需要操作员：--user ID 或环境变量 BOM_USER"));
+    headless_ = std::make_unique<entry::HeadlessSession>(*prompter_);
     QString error;
-    suite::Login::Failure failure = suite::Login::Failure::None;
-    login_ =
-        suite::Login::SignIn(url, user, qEnvironmentVariable("BOM_PASSWORD"), &error, &failure);
-    if (!login_)
-        return fail(failure == suite::Login::Failure::Database ? ExitDatabase : ExitRefused, error,
-                    QStringLiteral("登录"));
-    product_ = std::make_unique<entry::IProduct>(*prompter_, windows_);
-    product_->Show(login_.get());
-    if (product_->session().running() && product_->session().gConn) {
-        try {
-            entry::Common::LoadPrecision(product_->session());
-        } catch (const db::DbError& e) {
-            return fail(ExitDatabase, e.message());
-        }
-        return ExitOk;
+    switch (headless_->start(dbUrl_, userId_, qEnvironmentVariable("BOM_PASSWORD"), &error)) {
+    case entry::HeadlessSession::Outcome::Running:
+        break;
+    case entry::HeadlessSession::Outcome::SignInRefused:
+        return fail(ExitRefused, error, QStringLiteral("登录"));
+    case entry::HeadlessSession::Outcome::Unreachable:
+        return error.isEmpty() ? finish(ExitDatabase)
+                               : fail(ExitDatabase, error, QStringLiteral("登录"));
+    case entry::HeadlessSession::Outcome::Refused:
+        // The window would just not open; a shell user is told why.
+        if (prompter_->prompts().empty())
+            prompter_->ShowInfo(
+                QStringLiteral("操作员[%1]没有“物料清单”功能的权限！").arg(userId_));
+        return finish(ExitRefused);
     }
-    if (prompter_->prompts().empty())
-        prompter_->ShowInfo(QStringLiteral("操作员[%1]没有“物料清单”功能的权限！").arg(user));
-    const bool unreachable = !product_->session().gClsCommon ||
-                             !product_->session().gClsCommon->Status() ||
-                             (product_->session().running() && !product_->session().gConn);
-    return finish(unreachable ? ExitDatabase : ExitRefused);
+    try {
+        entry::Common::LoadPrecision(session());
+    } catch (const db::DbError& e) {
+        return fail(ExitDatabase, e.message());
+    }
+    return ExitOk;
 }
 
 int CtlContext::usage(const QString& message) {

@@ -1,9 +1,7 @@
 #pragma once
 
 #include "CtlArgs.h"
-#include "entry/IProduct.h"
-#include "entry/ListWindowHandle.h"
-#include "suite/Login.h"
+#include "entry/HeadlessSession.h"
 #include "suite/Prompter.h"
 
 #include <QJsonObject>
@@ -49,7 +47,7 @@ public:
     // Starts the session as the window would; answers an exit status other than ExitOk when
     // it could not (the reason has been printed).
     int startSession();
-    entry::Session& session() { return product_->session(); }
+    entry::Session& session() { return headless_->session(); }
     db::Database& db() { return *session().gConn; }
 
     int usage(const QString& message);
@@ -69,9 +67,7 @@ private:
     QString userId_;
     std::optional<QString> userOption_;
     std::unique_ptr<ConsolePrompter> prompter_;
-    std::unique_ptr<suite::Login> login_;
-    entry::HeadlessListWindowFactory windows_;
-    std::unique_ptr<entry::IProduct> product_;
+    std::unique_ptr<entry::HeadlessSession> headless_;
 };
 
 } // namespace bom::app
