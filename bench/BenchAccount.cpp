@@ -4,15 +4,19 @@
 #include "suite/Account.h"
 
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <algorithm>
 #include <cstdio>
 
 namespace bom::bench {
 
 std::unique_ptr<db::Database> openGeneratedAccount(const QString& url, int boms) {
-    if (url.startsWith(QLatin1String("sqlite:")) && QFileInfo::exists(url.mid(7)))
-        return db::Database::open(url);
+    try {
+        auto existing = db::Database::open(url);
+        if (suite::Account::exists(*existing))
+            return existing;
+    } catch (const db::DbError&) {
+        // Not there yet: made below.
+    }
     std::fprintf(stderr, "generating %d BOMs into %s …\n", boms, qPrintable(url));
     QElapsedTimer timer;
     timer.start();

@@ -12,7 +12,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (auto group : {bomCommands, cardCommands})
+    for (auto group : {bomCommands, cardCommands, listCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;

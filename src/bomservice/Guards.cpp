@@ -65,36 +65,42 @@ bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
             return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
         db::Transaction tx(db);
         const db::Rows version = db.query(
-            QStringLiteral("select qzts, cpspcode from %1 where id=?").arg(voucher->BTTblName),
-            {id});
+            QStringLiteral("select qzts from %1 where id=?").arg(voucher->BTTblName), {id});
         if (version.empty())
             return refuse(QStringLiteral("本单据已被其他人删除，请刷新！"));
         if (version.value(0, "qzts").toLongLong() !=
             card.header.value(0, QStringLiteral("qzts")).toLongLong())
             return refuse(QStringLiteral("本单据已被其他人更新，请刷新后再试！"));
-        if (voucher->HaveBodyGrid) {
-            db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from %1 "
-                                   "where psid=?)")
-                        .arg(voucher->BWTblName),
-                    {id});
-            db.exec(QStringLiteral("delete from %1 where psid=?").arg(voucher->BWTblName), {id});
-        }
-        if (db.exec(QStringLiteral("delete from %1 where id=?").arg(voucher->BTTblName), {id}) == 0)
+        if (!RemoveStoredBom(headerId))
             return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
-        // Nothing may keep pointing at the BOM that is gone.
-        db.exec(QStringLiteral("update ProductStructures set childguid=NULL where childguid=?"),
-                {headerId});
-        db.exec(QStringLiteral("update so_sodetails set cbomsocode=NULL, bomid=NULL where bomid=?"),
-                {headerId});
-        db.exec(
-            QStringLiteral("delete from sys_attachment where lower(ccardnum)=? and ivoucherid=?"),
-            {QLatin1String(kCardNumber), id});
-        BomSaver(session_).SaveQuantityTotals({version.text(0, "cpspcode")});
         tx.commit();
         return true;
     } catch (const db::DbError&) {
         return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
     }
+}
+
+bool BomGuards::RemoveStoredBom(const QString& headerId) {
+    db::Database& db = *session_.gConn;
+    const db::Rows header = db.query(
+        QStringLiteral("select ID, cpspcode from ProductStructure where iautoid=?"), {headerId});
+    if (header.empty())
+        return false;
+    db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
+                           "ProductStructures where ipid=?)"),
+            {headerId});
+    db.exec(QStringLiteral("delete from ProductStructures where ipid=?"), {headerId});
+    if (db.exec(QStringLiteral("delete from ProductStructure where iautoid=?"), {headerId}) == 0)
+        return false;
+    // Nothing may keep pointing at the BOM that is gone.
+    db.exec(QStringLiteral("update ProductStructures set childguid=NULL where childguid=?"),
+            {headerId});
+    db.exec(QStringLiteral("update so_sodetails set cbomsocode=NULL, bomid=NULL where bomid=?"),
+            {headerId});
+    db.exec(QStringLiteral("delete from sys_attachment where lower(ccardnum)=? and ivoucherid=?"),
+            {QLatin1String(kCardNumber), header.value(0, "ID")});
+    BomSaver(session_).SaveQuantityTotals({header.text(0, "cpspcode")});
+    return true;
 }
 
 int BomGuards::appendAttachmentRow(RowSet& document, const QString& headerId,

@@ -26,6 +26,10 @@ public:
     // Deletes the card with its lines, substitutes and attachments in one transaction, unless
     // another session deleted or changed the BOM since the card's qzts was read.
     bool DeleteBom(const BomCard& card, const QString& cardNumber);
+    // Removes a stored BOM with its lines, substitutes and attachments, clears what pointed at
+    // it and recomputes its parent's totals, inside the caller's transaction. False when the
+    // header was not there.
+    bool RemoveStoredBom(const QString& headerId);
 
     // The context row the attachment handling receives: appended to `document`. The plain
     // form refuses a card that still has attachments ("请先请删除单据附件！").

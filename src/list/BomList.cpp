@@ -7,6 +7,22 @@
 
 namespace bom::list {
 
+namespace {
+
+// The commands read these cells whatever columns the operator chose to see.
+QString withKeyColumns(const QString& selectList, const QStringList& keys) {
+    QStringList columns = selectList.split(',', Qt::SkipEmptyParts);
+    for (const QString& key : keys)
+        if (db::matchName(columns, key).isEmpty())
+            columns << key;
+    return columns.join(',');
+}
+
+const QStringList kParentKeys{"iautoid", "cpspcode", "ccheck", "bstopflag", "bmrcbbom", "qzts"};
+const QStringList kComponentKeys{"autoid", "ipid", "cpscode"};
+
+} // namespace
+
 std::optional<db::SqlCondition> BomList::fieldFilter(const QString& field, const QString& value,
                                                      QString* error) const {
     const entry::RefColumns columns =
@@ -26,8 +42,9 @@ std::optional<db::SqlCondition> BomList::fieldFilter(const QString& field, const
 db::SqlCondition BomList::parentQuery(const db::SqlCondition& filter) const {
     const entry::RefColumns columns =
         entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
-    db::SqlCondition sql = db::sqlText(QStringLiteral("select ") + columns.selectList +
-                                       QStringLiteral(" from pp_q_bomtreet  where 1=1"));
+    db::SqlCondition sql =
+        db::sqlText(QStringLiteral("select ") + withKeyColumns(columns.selectList, kParentKeys) +
+                    QStringLiteral(" from pp_q_bomtreet  where 1=1"));
     if (!filter.sql.trimmed().isEmpty())
         sql += db::sqlText(QStringLiteral(" and  ")) + filter;
     sql += entry::RowAuthFilter(session_).GetBomAuthFilter();
@@ -39,7 +56,8 @@ db::SqlCondition BomList::parentQuery(const db::SqlCondition& filter) const {
 db::SqlCondition BomList::componentQuery(const QString& headerId) const {
     const entry::RefColumns columns =
         entry::Common::GetRefColumns(session_, QLatin1String(kComponentColumns));
-    const QString select = QStringLiteral("select ") + columns.selectList;
+    const QString select =
+        QStringLiteral("select ") + withKeyColumns(columns.selectList, kComponentKeys);
     if (headerId.isEmpty())
         return db::sqlText(select + QStringLiteral(" from pp_q_bomtreew  where 1=2"));
     return db::SqlCondition{select + QStringLiteral(" from pp_q_bomtreew  where ipid=?"),

@@ -17,5 +17,6 @@ struct Command {
 std::vector<Command> accountCommands();
 std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
+std::vector<Command> listCommands();
 
 } // namespace bom::app

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "ListView.h"
+#include "entry/DisplayTerms.h"
+
+#include <QString>
+#include <optional>
+#include <vector>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::list {
+
+// A toolbar button of the list window: its command key, caption, tip and group; a key with
+// `menu` entries is a drop-down.
+struct ToolbarKey {
+    QString key;
+    QString caption;
+    QString tip;
+    int group = 0;
+    std::vector<ToolbarKey> menu;
+};
+
+// The commands of the BOM list: every toolbar key, shortcut and menu entry reaches
+// ExecuteCommand, which runs the checks and either changes BOMs (approve, stop, delete …) in
+// one transaction or hands over to another window.
+class BomListCommands {
+public:
+    BomListCommands(entry::Session& session, ListView& view, ListHandover& handover);
+
+    // `key` is compared without regard to case: "Add", "Modify", "Delete", "Auditing" …
+    // False when the command was refused or declined (its message has been shown).
+    bool ExecuteCommand(const QString& key);
+
+    void AuditSelected(bool approve);
+    void StopSelected();
+    void EnableSelected();
+    bool DeleteCurrent();
+    bool CheckColorSize();
+    void UpdateDecimalPlaces();
+
+    const entry::DisplayTerms& terms() const { return terms_; }
+    static const std::vector<ToolbarKey>& toolbarKeys();
+    // The command key of a keyboard shortcut (Qt key and modifiers), if it has one.
+    static std::optional<QString> keyForShortcut(int key, Qt::KeyboardModifiers modifiers);
+
+private:
+    bool claimTask(const QString& code);
+    bool modify();
+    bool copy(ListHandover::CardMode mode);
+    bool deleteBom(const ListRow& row);
+    bool deleteLine(const ListRow& line);
+    void writeDeletionLog(const ListRow& line);
+    bool batch(const QString& key);
+    bool colourSize(const QString& mode);
+    bool headerExists(const QString& headerId);
+
+    entry::Session& session_;
+    ListView& view_;
+    ListHandover& handover_;
+    entry::DisplayTerms terms_;
+};
+
+} // namespace bom::list
