@@ -19,6 +19,7 @@ class SqliteDialect final : public Dialect {
 public:
     // The busy time-out already waits; SQLite statements themselves have no time limit.
     QString longTransactionSetup() const override { return {}; }
+    QString pagedReaderSetup() const override { return {}; }
     Kind kind() const override { return Kind::Sqlite; }
     QString name() const override { return QStringLiteral("sqlite"); }
     QString translateSchema(const QString& script) const override {
@@ -52,6 +53,9 @@ class PostgresDialect final : public Dialect {
 public:
     QString longTransactionSetup() const override {
         return QStringLiteral("SET LOCAL statement_timeout = 600000");
+    }
+    QString pagedReaderSetup() const override {
+        return QStringLiteral("SET statement_timeout = 0");
     }
 
     Kind kind() const override { return Kind::Postgres; }

@@ -23,6 +23,9 @@ public:
     // Run at the start of a long write transaction (a card save): lifts the statement time-out
     // to 600 seconds for that transaction only. Empty when the dialect needs nothing.
     virtual QString longTransactionSetup() const = 0;
+    // Run on a connection that only reads a long list page by page: its query stays open while
+    // the operator scrolls, so no statement time-out may end it. Empty when nothing is needed.
+    virtual QString pagedReaderSetup() const = 0;
 
     static std::unique_ptr<Dialect> create(Kind kind);
 };

@@ -1,27 +1,137 @@
 #pragma once
 
+#include "ListFilter.h"
+#include "ListView.h"
+#include "db/SqlCondition.h"
+#include "entry/DisplayTerms.h"
 #include "entry/ListWindowHandle.h"
 
 #include <QMainWindow>
+#include <memory>
+#include <vector>
+
+class QGroupBox;
+class QLabel;
+class QPrinter;
+class QTableView;
+class QToolBar;
+
+namespace bom::entry {
+class Session;
+}
+namespace bom::suite {
+class QtPrompter;
+}
 
 namespace bom::list {
 
-// The session's main window (FrmProductNew): titled with the account's term for BOMs, with
-// the parent pane above the component pane. Closing it ends the session.
-class ProductListWindow : public QMainWindow, public entry::ListWindowHandle {
+class BomListCommands;
+class PagedQueryModel;
+
+// Until the card, batch and colour/size windows exist, handing over to them says so.
+class PendingWindowsHandover : public ListHandover {
+public:
+    explicit PendingWindowsHandover(entry::Session& session) : session_(session) {}
+    void openCard(CardMode mode, const QString& headerId) override;
+    void openBatch(const QString& operation, const std::vector<ListRow>& parents,
+                   const std::vector<ListRow>& lines) override;
+    void openColourSize(const QString& mode, const ListRow& parent) override;
+
+private:
+    void pending();
+    entry::Session& session_;
+};
+
+// The session's main window (FrmProductNew): titled with the account's term for BOMs, with the
+// parent list above the lines of its current BOM. Every toolbar button and shortcut goes to the
+// one command dispatcher; closing the window ends the session.
+class ProductListWindow : public QMainWindow, public entry::ListWindowHandle, public ListView {
     Q_OBJECT
 public:
     explicit ProductListWindow(entry::Session& session);
+    ~ProductListWindow() override;
 
+    // ListWindowHandle
     void show() override;
     void raise() override;
     void dispose() override { deleteLater(); }
 
+    // ListView
+    std::vector<ListRow> parentRows() const override;
+    std::optional<ListRow> currentParent() const override;
+    bool componentListActive() const override { return componentActive_; }
+    std::optional<ListRow> currentLine() const override;
+    int lineCount() const override;
+    std::vector<ListRow> selectedLines() const override;
+    void reload() override;
+    void reloadLines() override;
+    void selectAll(bool selected) override;
+    void filter() override;
+    void filterSettings() override { filter(); }
+    void columnSettings() override;
+    void locate() override;
+    void printSetup() override;
+    void print(bool preview) override;
+    void exportList() override;
+    void help() override;
+    void close() override;
+
+    // Runs one command key, as a toolbar button or a shortcut does.
+    void dispatch(const QString& key);
+    // Sets the current BOM (a row of the parent list) and shows its lines.
+    void setCurrentParentRow(int row);
+    const db::SqlCondition& filterCondition() const { return filter_; }
+    // Filters the parent list by `conditions`; false (shown) when they are refused.
+    bool applyFilter(const std::vector<FilterCondition>& conditions);
+    // The first parent row from the top whose shown cells contain `text`, or -1.
+    int findParentRow(const QString& text);
+
+    PagedQueryModel& parentModel() { return *parentModel_; }
+    PagedQueryModel& componentModel() { return *componentModel_; }
+    QTableView* parentView() { return parentView_; }
+    QTableView* componentView() { return componentView_; }
+    QToolBar* toolbar() { return toolbar_; }
+
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void buildToolbar();
+    QTableView* makeView(PagedQueryModel* model, QWidget* parent);
+    bool ensureCommands();
+    bool handleKey(QKeyEvent* event);
+    void loadParents();
+    void loadLines();
+    db::Database* reader();
+    std::vector<ListRow> bomsToPrint();
+
     entry::Session& session_;
+    PendingWindowsHandover handover_;
+    std::unique_ptr<BomListCommands> commands_;
+    entry::DisplayTerms terms_;
+    // The parent list reads through its own connection, so its open cursor never meets the
+    // statements and transactions of the commands.
+    std::unique_ptr<db::Database> reader_;
+    std::unique_ptr<QPrinter> printer_;
+    suite::QtPrompter* qtPrompter_ = nullptr;
+
+    PagedQueryModel* parentModel_ = nullptr;
+    PagedQueryModel* componentModel_ = nullptr;
+    QTableView* parentView_ = nullptr;
+    QTableView* componentView_ = nullptr;
+    QGroupBox* parentPane_ = nullptr;
+    QGroupBox* componentPane_ = nullptr;
+    QLabel* caption_ = nullptr;
+    QToolBar* toolbar_ = nullptr;
+
+    std::vector<FilterCondition> filterConditions_;
+    db::SqlCondition filter_;
+    int lineLoads_ = 0;
+    bool componentActive_ = false;
+    bool loaded_ = false;
+    bool closed_ = false;
 };
 
 class ProductListWindowFactory : public entry::ListWindowFactory {

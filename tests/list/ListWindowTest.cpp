@@ -1,0 +1,496 @@
+#include "entry/IProduct.h"
+#include "list/BomList.h"
+#include "list/ColumnSettingsDialog.h"
+#include "list/ListFilter.h"
+#include "list/ListPrinter.h"
+#include "list/PagedQueryModel.h"
+#include "list/ProductListWindow.h"
+#include "list/ReferenceDialog.h"
+#include "suite/Account.h"
+#include "suite/Login.h"
+#include "suite/Prompter.h"
+#include "support/TestAccount.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QBuffer>
+#include <QDialog>
+#include <QKeyEvent>
+#include <QListWidget>
+#include <QMouseEvent>
+#include <QTableView>
+#include <QTimer>
+#include <QToolBar>
+
+using namespace bom;
+
+namespace {
+
+// Window tests need a QApplication before any account makes a plain QCoreApplication.
+class GuiEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override {
+        if (QCoreApplication::instance())
+            return;
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        static int argc = 1;
+        static char name[] = "list_window_tests";
+        static char* argv[] = {name, nullptr};
+        new QApplication(argc, argv);
+    }
+};
+[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
+
+// Runs `action` and names the first modal dialog it opened (closing it again), or "".
+QString modalOpenedBy(const std::function<void()>& action) {
+    QString opened;
+    QTimer timer;
+    timer.setInterval(5);
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        QWidget* modal = QApplication::activeModalWidget();
+        if (!modal)
+            return;
+        if (opened.isEmpty())
+            opened = QString::fromLatin1(modal->metaObject()->className());
+        if (auto* dialog = qobject_cast<QDialog*>(modal))
+            dialog->reject();
+        else
+            modal->close();
+    });
+    timer.start();
+    action();
+    return opened;
+}
+
+void press(QWidget* target, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+    QKeyEvent event(QEvent::KeyPress, key, modifiers);
+    QCoreApplication::sendEvent(target, &event);
+}
+
+void click(QTableView* view) {
+    const QPointF at(view->viewport()->width() / 2.0, 2);
+    QMouseEvent event(QEvent::MouseButtonPress, at, view->viewport()->mapToGlobal(at),
+                      Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(view->viewport(), &event);
+}
+
+} // namespace
+
+class ListWindowTest : public test::BackendTest {
+protected:
+    void SetUp() override {
+        BackendTest::SetUp();
+        db = account->createDemo();
+    }
+    void TearDown() override {
+        if (product && product->session().running())
+            window()->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        product.reset();
+        login.reset();
+        db.reset();
+        BackendTest::TearDown();
+    }
+    list::ProductListWindow* open() {
+        QString error;
+        login = suite::Login::SignIn(account->url(), QStringLiteral("demo"), QString(), &error);
+        EXPECT_TRUE(login) << error.toStdString();
+        product = std::make_unique<entry::IProduct>(prompter, windows);
+        product->Show(login.get());
+        return window();
+    }
+    list::ProductListWindow* window() {
+        return dynamic_cast<list::ProductListWindow*>(product->session().gListForm);
+    }
+    int locks() { return db->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt(); }
+    // The parent list's row of a BOM, by parent code and sales order ("" for none).
+    int rowOf(list::ProductListWindow* w, const char* parent, const char* order = "") {
+        list::PagedQueryModel& m = w->parentModel();
+        m.fetchAll();
+        for (int row = 0; row < m.rowCount(); ++row)
+            if (m.value(row, QStringLiteral("cpspcode")).toString() == QLatin1String(parent) &&
+                m.value(row, QStringLiteral("csocode")).toString() == QLatin1String(order))
+                return row;
+        return -1;
+    }
+    QStringList storedLines(const QString& headerId) {
+        const db::Rows rows = db->query(
+            QStringLiteral("SELECT cpscode FROM ProductStructures WHERE ipid=? ORDER BY autoid"),
+            {headerId});
+        QStringList codes;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            codes << rows.text(i, "cpscode");
+        return codes;
+    }
+    static QStringList shownLines(list::ProductListWindow* w) {
+        QStringList codes;
+        for (int row = 0; row < w->componentModel().rowCount(); ++row)
+            codes << w->componentModel().value(row, QStringLiteral("cpscode")).toString();
+        return codes;
+    }
+
+    std::unique_ptr<db::Database> db;
+    suite::ScriptedPrompter prompter;
+    list::ProductListWindowFactory windows;
+    std::unique_ptr<suite::Login> login;
+    std::unique_ptr<entry::IProduct> product;
+};
+
+TEST_P(ListWindowTest, ShortcutsGoToTheOneDispatcher) {
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    EXPECT_EQ(w->windowTitle(), QStringLiteral("物料清单"));
+    QTableView* view = w->parentView();
+    ASSERT_EQ(w->parentModel().rowCount(), 8);
+
+    // F9 reloads and keeps the current BOM, though a new BOM now sorts in before it.
+    const int frame = rowOf(w, "FR100");
+    w->setCurrentParentRow(frame);
+    db->exec(QStringLiteral("INSERT INTO ProductStructure(iautoid, cpspcode, csocode, cmemo) "
+                            "VALUES ('{00000000-0000-0000-0000-00000000AAAA}', 'BK100', "
+                            "'SO-T', 'x')"));
+    press(view, Qt::Key_F9);
+    EXPECT_EQ(w->parentModel().rowCount(), 9);
+    ASSERT_TRUE(w->currentParent());
+    EXPECT_EQ(w->currentParent()->text(QStringLiteral("cpspcode")), QStringLiteral("FR100"));
+    EXPECT_EQ(w->currentParent()->number, frame + 2);
+
+    // F3 filters, Ctrl+F3 locates, P alone does nothing, Ctrl+P prints.
+    EXPECT_EQ(modalOpenedBy([&] { press(view, Qt::Key_F3); }),
+              QStringLiteral("bom::list::BomFilterDialog"));
+    EXPECT_EQ(modalOpenedBy([&] { press(view, Qt::Key_F3, Qt::ControlModifier); }),
+              QStringLiteral("QInputDialog"));
+    EXPECT_EQ(modalOpenedBy([&] { press(view, Qt::Key_P); }), QString());
+    EXPECT_EQ(modalOpenedBy([&] { press(w, Qt::Key_P, Qt::ControlModifier); }),
+              QStringLiteral("QPrintDialog"));
+    EXPECT_TRUE(prompter.prompts().empty());
+
+    // Delete on an approved BOM is refused by the dispatcher's check.
+    w->setCurrentParentRow(rowOf(w, "BK100"));
+    press(view, Qt::Key_Delete);
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("审核过的产品不可删除！")});
+    EXPECT_EQ(locks(), 1); // the task was given back, the function lock stays
+
+    // F5 reaches the card, which is not there yet; F1 shows the keys.
+    prompter.clear();
+    press(view, Qt::Key_F5);
+    press(w->componentView(), Qt::Key_F1);
+    ASSERT_EQ(prompter.prompts().size(), 2u);
+    EXPECT_EQ(prompter.prompts()[0].text, QStringLiteral("该功能将在后续版本提供。"));
+    EXPECT_EQ(prompter.prompts()[1].title, QStringLiteral("操作帮助"));
+}
+
+TEST_P(ListWindowTest, ComponentListFollowsTheCurrentBomAndTheFilterStays) {
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    for (const auto& [parent, order] : {std::pair{"BK200", ""}, std::pair{"FR100", ""},
+                                        std::pair{"BK200", "SO2026001-BK200-101"}}) {
+        const int row = rowOf(w, parent, order);
+        ASSERT_GE(row, 0) << parent;
+        w->parentView()->setCurrentIndex(w->parentModel().index(row, 2));
+        const QString id = w->parentModel().value(row, QStringLiteral("iautoid")).toString();
+        EXPECT_EQ(shownLines(w), storedLines(id)) << parent << order;
+        EXPECT_EQ(w->lineCount(), storedLines(id).size());
+    }
+
+    // The filter holds over F9; with no BOM left the lines are gone too.
+    ASSERT_TRUE(w->applyFilter(
+        {{QStringLiteral("cpspcode"), QStringLiteral("="), QStringLiteral("BK200")}}));
+    press(w->parentView(), Qt::Key_F9);
+    EXPECT_EQ(w->parentModel().rowCount(), 2);
+    ASSERT_TRUE(w->applyFilter(
+        {{QStringLiteral("cmemo"), QStringLiteral("like"), QStringLiteral("没有这样的备注")}}));
+    EXPECT_EQ(w->parentModel().rowCount(), 0);
+    EXPECT_FALSE(w->currentParent());
+    EXPECT_EQ(w->componentModel().rowCount(), 0);
+    // A refused filter is shown and the former one stays.
+    EXPECT_FALSE(w->applyFilter(
+        {{QStringLiteral("1=1 or cpspcode"), QStringLiteral("="), QStringLiteral("x")}}));
+    EXPECT_EQ(prompter.prompts().size(), 1u);
+    EXPECT_EQ(w->parentModel().rowCount(), 0);
+    EXPECT_TRUE(w->applyFilter({}));
+    EXPECT_EQ(w->parentModel().rowCount(), 8);
+
+    // Clicked last, the component list takes Delete: the line is asked about, not the BOM.
+    const int bike = rowOf(w, "BK200");
+    w->setCurrentParentRow(bike);
+    click(w->componentView());
+    EXPECT_TRUE(w->componentListActive());
+    w->componentView()->setCurrentIndex(w->componentModel().index(1, 0));
+    const QString id = w->currentParent()->text(QStringLiteral("iautoid"));
+    const QStringList before = storedLines(id);
+    prompter.clear();
+    press(w->componentView(), Qt::Key_Delete);
+    ASSERT_EQ(prompter.prompts().size(), 1u);
+    EXPECT_TRUE(prompter.prompts()[0].question);
+    EXPECT_TRUE(
+        prompter.prompts()[0].text.contains(QLatin1Char('\'') + before.at(1) + QLatin1Char('\'')));
+    EXPECT_EQ(storedLines(id), before);
+    click(w->parentView());
+    EXPECT_FALSE(w->componentListActive());
+
+    // Locate finds visible text, and the lines follow.
+    const int row = w->findParentRow(QStringLiteral("车架总成"));
+    ASSERT_EQ(row, rowOf(w, "FR100"));
+    w->setCurrentParentRow(row);
+    EXPECT_EQ(shownLines(w), storedLines(w->currentParent()->text(QStringLiteral("iautoid"))));
+    EXPECT_EQ(w->findParentRow(QStringLiteral("{")), -1); // the key column is hidden
+}
+
+TEST_P(ListWindowTest, ColumnSettingsShowInTheList) {
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    const int memo = w->parentModel().columnOf(QStringLiteral("cmemo"));
+    ASSERT_GT(memo, 0);
+    EXPECT_FALSE(w->parentView()->isColumnHidden(memo));
+    {
+        list::ColumnSettingsDialog dialog(product->session(), QStringLiteral("WLQDLBM"), w);
+        auto* list = dialog.findChild<QListWidget*>();
+        ASSERT_TRUE(list);
+        const auto found = list->findItems(QStringLiteral("备注"), Qt::MatchExactly);
+        ASSERT_EQ(found.size(), 1);
+        found.first()->setCheckState(Qt::Unchecked);
+        list->setCurrentRow(0);
+        dialog.moveCurrent(1); // the key column after the parent code
+        dialog.accept();
+        EXPECT_TRUE(dialog.changed());
+    }
+    w->reload();
+    EXPECT_TRUE(
+        w->parentView()->isColumnHidden(w->parentModel().columnOf(QStringLiteral("cmemo"))));
+    EXPECT_EQ(w->parentModel().columnOf(QStringLiteral("iautoid")), 2);
+    EXPECT_EQ(w->parentModel().rowCount(), 8);
+    {
+        list::ColumnSettingsDialog dialog(product->session(), QStringLiteral("WLQDLBM"), w);
+        dialog.restoreDefault();
+        EXPECT_TRUE(dialog.changed());
+    }
+    w->reload();
+    EXPECT_FALSE(w->parentView()->isColumnHidden(memo));
+    EXPECT_EQ(w->parentModel().columnOf(QStringLiteral("iautoid")), 1);
+    EXPECT_TRUE(prompter.prompts().empty());
+}
+
+TEST_P(ListWindowTest, ClosingEndsTheSessionOnce) {
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    EXPECT_EQ(locks(), 1);
+    QAction* exit = w->toolbar()->findChild<QAction*>(QStringLiteral("Exit"));
+    ASSERT_TRUE(exit);
+    exit->trigger();
+    EXPECT_EQ(locks(), 0);
+    EXPECT_EQ(login->shutDownCount(), 1);
+    EXPECT_FALSE(product->session().running());
+    w->close(); // a second close before the window is gone changes nothing
+    EXPECT_EQ(login->shutDownCount(), 1);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+TEST_P(ListWindowTest, ParentListReadsPageByPage) {
+    suite::Account::generate(*db, {1000, 3, 5, 1});
+    const int total = db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure")).toInt();
+    ASSERT_GT(total, 1000);
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    list::PagedQueryModel& m = w->parentModel();
+    EXPECT_EQ(m.rowCount(), list::PagedQueryModel::kPageSize);
+    EXPECT_TRUE(m.canFetchMore());
+
+    // The first page is the head of the whole query, in its order.
+    const db::SqlCondition sql = list::BomList(product->session()).parentQuery();
+    const db::Rows all = db->query(sql.sql, sql.params);
+    ASSERT_EQ(int(all.size()), total);
+    for (int row : {0, 1, 199})
+        EXPECT_EQ(m.value(row, QStringLiteral("iautoid")), all.value(row, "iautoid"));
+
+    // Scrolling to the end reads the next page; so does fetchMore.
+    w->parentView()->scrollToBottom();
+    QCoreApplication::processEvents();
+    EXPECT_GE(m.rowCount(), 400);
+    const int before = m.rowCount();
+    m.fetchMore({});
+    EXPECT_EQ(m.rowCount(), before + list::PagedQueryModel::kPageSize);
+    EXPECT_EQ(m.value(before, QStringLiteral("iautoid")), all.value(before, "iautoid"));
+
+    // Selecting all marks rows not read yet; the commands see every row.
+    w->selectAll(true);
+    const std::vector<list::ListRow> rows = w->parentRows();
+    ASSERT_EQ(int(rows.size()), total);
+    EXPECT_TRUE(rows.back().selected);
+    EXPECT_EQ(rows.back().text(QStringLiteral("selcol")), QStringLiteral("Y"));
+    EXPECT_FALSE(m.canFetchMore());
+}
+
+BOM_INSTANTIATE_BACKENDS(ListWindowTest);
+
+// The logic behind the filter, printing and the reference window, without the list window.
+class ListOutputTest : public test::BackendTest {
+protected:
+    void SetUp() override {
+        BackendTest::SetUp();
+        account->createDemo();
+        s = std::make_unique<test::TestSession>(account->url(), QStringLiteral("demo"));
+    }
+    void TearDown() override {
+        s.reset();
+        BackendTest::TearDown();
+    }
+    std::vector<suite::ColumnSetting> parentColumns() {
+        return s->session().gColSet->GetColset(QStringLiteral("WLQDLBM"));
+    }
+    // The parent codes + sales orders the filter lets through, sorted.
+    QStringList filtered(const std::vector<list::FilterCondition>& conditions) {
+        QString error;
+        const auto condition = list::ListFilter::build(conditions, parentColumns(), &error);
+        EXPECT_TRUE(condition) << error.toStdString();
+        const db::SqlCondition sql = list::BomList(s->session()).parentQuery(*condition);
+        const db::Rows rows = s->db().query(sql.sql, sql.params);
+        QStringList out;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            out << rows.text(i, "cpspcode") + rows.text(i, "csocode");
+        out.sort();
+        return out;
+    }
+    std::unique_ptr<test::TestSession> s;
+};
+
+TEST_P(ListOutputTest, FilterBindsValuesAndRefusesUnknownFields) {
+    QString error;
+    const auto built = list::ListFilter::build(
+        {{QStringLiteral("CPSPCODE"), QStringLiteral("="), QStringLiteral("BK200' or '1'='1")},
+         {QStringLiteral("cmemo"), QStringLiteral("like"), QStringLiteral("50%")}},
+        parentColumns(), &error);
+    ASSERT_TRUE(built);
+    EXPECT_FALSE(built->sql.contains(QStringLiteral("BK200")));
+    EXPECT_EQ(built->params,
+              (db::Params{QStringLiteral("BK200' or '1'='1"), QStringLiteral("%50\\%%")}));
+    EXPECT_TRUE(filtered({{QStringLiteral("cpspcode"), QStringLiteral("="),
+                           QStringLiteral("BK200' or '1'='1")}})
+                    .isEmpty());
+
+    EXPECT_EQ(
+        filtered({{QStringLiteral("cpspcode"), QStringLiteral("="), QStringLiteral("BK200")}}),
+        (QStringList{QStringLiteral("BK200"), QStringLiteral("BK200SO2026001-BK200-101")}));
+    EXPECT_EQ(
+        filtered({{QStringLiteral("cmemo"), QStringLiteral("like"), QStringLiteral("标准")},
+                  {QStringLiteral("cpspcode"), QStringLiteral("<>"), QStringLiteral("BK100")}}),
+        QStringList{QStringLiteral("BK200")});
+    EXPECT_EQ(filtered({{QStringLiteral("cpspcode"), QStringLiteral(">"), QStringLiteral("GT")},
+                        {QStringLiteral("cpspcode"), QStringLiteral("<"), QStringLiteral("WH")}})
+                  .size(),
+              2);
+    // "%" is text, not a wildcard; an empty "等于" finds the empty cells.
+    EXPECT_TRUE(filtered({{QStringLiteral("cmemo"), QStringLiteral("like"), QStringLiteral("%")}})
+                    .isEmpty());
+    EXPECT_EQ(filtered({{QStringLiteral("ccheck"), QStringLiteral("="), QString()}}).size(), 7);
+
+    for (const list::FilterCondition& bad :
+         {list::FilterCondition{QStringLiteral("cpspcode;drop table x"), QStringLiteral("="),
+                                QStringLiteral("1")},
+          list::FilterCondition{QStringLiteral("nosuchcolumn"), QStringLiteral("="),
+                                QStringLiteral("1")},
+          list::FilterCondition{QStringLiteral("cpspcode"), QStringLiteral("or 1=1 --"),
+                                QStringLiteral("1")},
+          list::FilterCondition{QStringLiteral("cpspcode"), QStringLiteral(">"), QString()}}) {
+        error.clear();
+        EXPECT_FALSE(list::ListFilter::build({bad}, parentColumns(), &error))
+            << bad.field.toStdString();
+        EXPECT_FALSE(error.isEmpty());
+    }
+}
+
+TEST_P(ListOutputTest, PrintsBomsWithTheirLinesAndExportsCsv) {
+    const db::SqlCondition sql = list::BomList(s->session()).parentQuery();
+    const db::Rows rows = s->db().query(sql.sql, sql.params);
+    std::vector<list::ListRow> boms;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (rows.text(i, "cpspcode") != QLatin1String("BK100") &&
+            rows.text(i, "cpspcode") != QLatin1String("GT100"))
+            continue;
+        list::ListRow row;
+        row.number = int(i) + 1;
+        for (const QString& column : rows.columns())
+            row.cells.insert(column.toLower(), rows.value(i, column));
+        boms.push_back(row);
+    }
+    ASSERT_EQ(boms.size(), 3u);
+    const QString html = list::ListPrinter(s->session(), {}).html(boms);
+    for (const list::ListRow& bom : boms) {
+        const db::Rows lines =
+            s->db().query(QStringLiteral("SELECT cpscode FROM ProductStructures WHERE ipid=?"),
+                          {bom.text(QStringLiteral("iautoid"))});
+        ASSERT_FALSE(lines.empty());
+        for (std::size_t i = 0; i < lines.size(); ++i)
+            EXPECT_TRUE(html.contains(QStringLiteral("<td>") + lines.text(i, "cpscode") +
+                                      QStringLiteral("</td>")))
+                << lines.text(i, "cpscode").toStdString();
+    }
+    EXPECT_TRUE(html.contains(QStringLiteral("<td>BK100</td>")));
+    EXPECT_TRUE(html.contains(QStringLiteral("城市车标准BOM")));
+    EXPECT_EQ(html.count(QStringLiteral("page-break-before")), 2);
+    EXPECT_FALSE(html.contains(QStringLiteral("{BDAD2A5E"))); // hidden columns stay out
+
+    auto column = [](const char* field, const QString& caption, bool visible) {
+        suite::ColumnSetting c;
+        c.fieldName = QLatin1String(field);
+        c.caption = caption;
+        c.visible = visible;
+        return c;
+    };
+    const std::vector<suite::ColumnSetting> columns{
+        column("cpspcode", QStringLiteral("编码"), true),
+        column("iautoid", QStringLiteral("键"), false),
+        column("cmemo", QStringLiteral("备注"), true)};
+    list::ListRow row;
+    row.cells = {{QStringLiteral("cpspcode"), QStringLiteral("A,1")},
+                 {QStringLiteral("iautoid"), QStringLiteral("k")},
+                 {QStringLiteral("cmemo"), QStringLiteral("说\"明\"\n两行")}};
+    list::ListRow plain;
+    plain.cells = {{QStringLiteral("cpspcode"), QStringLiteral("B2")},
+                   {QStringLiteral("cmemo"), QVariant()}};
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QString error;
+    ASSERT_TRUE(list::ListPrinter::writeCsv(buffer, columns, {row, plain}, &error));
+    EXPECT_TRUE(buffer.data().startsWith("\xEF\xBB\xBF")); // spreadsheet programs need the mark
+    EXPECT_EQ(QString::fromUtf8(buffer.data().mid(3)),
+              QStringLiteral("编码,备注\r\n\"A,1\",\"说\"\"明\"\"\n两行\"\r\nB2,\r\n"));
+
+    QBuffer closed; // not open: the failure is told, not swallowed
+    EXPECT_FALSE(list::ListPrinter::writeCsv(closed, columns, {row}, &error));
+    EXPECT_FALSE(error.isEmpty());
+}
+
+TEST_P(ListOutputTest, ReferenceDialogSearchesPagesAndPicks) {
+    EXPECT_FALSE(list::ReferenceDialog::choose(s->session(), QStringLiteral("nofield"), {}));
+    EXPECT_EQ(s->prompter.texts(), QStringList{QStringLiteral("没有设定参照！")});
+
+    auto warehouses = entry::ReferenceLookup(s->session()).ShowRef(QStringLiteral("cWhCode"), {});
+    ASSERT_TRUE(warehouses);
+    list::ReferenceDialog dialog(s->session(), QStringLiteral("cWhCode"), *warehouses, {});
+    EXPECT_EQ(dialog.loadedRows(), 4);
+    dialog.search(QStringLiteral("原料"));
+    ASSERT_EQ(dialog.loadedRows(), 1);
+    dialog.accept();
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_EQ(dialog.code(), QStringLiteral("02"));
+    EXPECT_EQ(dialog.name(), QStringLiteral("原料仓"));
+
+    // Items come a page at a time; a class narrows them to its own.
+    for (int i = 0; i < 120; ++i)
+        s->db().exec(QStringLiteral("INSERT INTO Inventory(iId, cInvCode, cInvName, cInvCCode, "
+                                    "bself, bService, bInvType) VALUES (?, ?, 'x', '03', 1, 0, 0)"),
+                     {5000 + i, QStringLiteral("ZZ%1").arg(i, 3, 10, QLatin1Char('0'))});
+    auto items = entry::ReferenceLookup(s->session()).ShowRef(QStringLiteral("cInvCode"), {});
+    ASSERT_TRUE(items);
+    list::ReferenceDialog itemDialog(s->session(), QStringLiteral("cInvCode"), *items, {});
+    EXPECT_EQ(itemDialog.loadedRows(), list::ReferenceDialog::kPageSize);
+    EXPECT_TRUE(itemDialog.loadNextPage());
+    EXPECT_EQ(itemDialog.loadedRows(), 2 * list::ReferenceDialog::kPageSize);
+    itemDialog.selectClass(QStringLiteral("01"));
+    EXPECT_EQ(itemDialog.loadedRows(), 3); // the three finished products
+    EXPECT_TRUE(s->prompter.texts().size() == 1);
+}
+
+BOM_INSTANTIATE_BACKENDS(ListOutputTest);
