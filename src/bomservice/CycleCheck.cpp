@@ -6,28 +6,34 @@
 namespace bom::bomservice {
 
 QHash<QString, QString> CycleCheck::ancestorsOf(const QString& code) {
-    const db::Rows edges =
-        db_.query(QStringLiteral("WITH RECURSIVE up(parent, child) AS ("
-                                 " SELECT cpspcode, cpscode FROM ProductStructures WHERE cpscode=?"
-                                 " UNION"
-                                 " SELECT p.cpspcode, p.cpscode FROM ProductStructures p"
-                                 " JOIN up ON p.cpscode = up.parent)"
-                                 " SELECT parent, child FROM up"),
-                  {code});
-    // Breadth first from `code`, so each ancestor keeps a shortest way down to it.
-    QHash<QString, QStringList> parentsOf;
-    for (std::size_t i = 0; i < edges.size(); ++i)
-        parentsOf[edges.text(i, "child")] << edges.text(i, "parent");
+    // Breadth first, one query per level over the whole frontier, so each ancestor is read once
+    // however many paths lead to it, keeps a shortest way down, and old looping data ends.
+    constexpr int kChunk = 500; // bound values per statement
     QHash<QString, QString> via;
     QStringList frontier{code};
     while (!frontier.isEmpty()) {
         QStringList next;
-        for (const QString& child : frontier)
-            for (const QString& parent : parentsOf.value(child))
+        for (int start = 0; start < frontier.size(); start += kChunk) {
+            const QStringList chunk = frontier.mid(start, kChunk);
+            QStringList marks;
+            db::Params params;
+            for (const QString& child : chunk) {
+                marks << QStringLiteral("?");
+                params << child;
+            }
+            const db::Rows edges =
+                db_.query(QStringLiteral("select distinct cpspcode, cpscode from ProductStructures "
+                                         "where cpscode in (%1)")
+                              .arg(marks.join(',')),
+                          params);
+            for (std::size_t i = 0; i < edges.size(); ++i) {
+                const QString parent = edges.text(i, "cpspcode");
                 if (!via.contains(parent)) { // `code` itself when old data loops back to it
-                    via.insert(parent, child);
+                    via.insert(parent, edges.text(i, "cpscode"));
                     next << parent;
                 }
+            }
+        }
         frontier = next;
     }
     return via;

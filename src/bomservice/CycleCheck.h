@@ -38,9 +38,7 @@ public:
     const QStringList& lastPath() const { return lastPath_; }
 
 private:
-    // Every item above `code` in the stored BOMs, each mapped to one child it was reached from.
-    // One recursive query; UNION keeps each edge once, so stored cycles end and shared
-    // sub-assemblies are read once.
+    // Every item above `code` in the stored BOMs, each mapped to the child it was reached from.
     QHash<QString, QString> ancestorsOf(const QString& code);
     bool report(const QString& parent, const QString& component,
                 const QHash<QString, QString>& via);
