@@ -2,6 +2,7 @@
 
 #include "db/Database.h"
 #include "db/DbError.h"
+#include "db/ValueTypes.h"
 #include "entry/VoucherHelpers.h"
 #include "suite/Login.h"
 
@@ -18,22 +19,6 @@ bool writtenBySomethingElse(const QString& column, bool isBody) {
         upper == QLatin1String("COMPSUBID"))
         return true;
     return isBody ? upper == QLatin1String("CHILDGUID") : upper == QLatin1String("ID");
-}
-
-bool isNumeric(QMetaType::Type type) {
-    switch (type) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Short:
-    case QMetaType::Bool:
-        return true;
-    default:
-        return false;
-    }
 }
 
 bool isDate(QMetaType::Type type) {
@@ -69,11 +54,11 @@ QVariant RowWriter::storedValue(const QString& column, QMetaType::Type type,
         return text == QStringLiteral("是") ? 1 : 0;
     if (upper == QLatin1String("WIPTYPE"))
         return text == QStringLiteral("入库倒冲") ? 1 : text == QStringLiteral("正常领料") ? 3 : 0;
-    if (isNumeric(type) && upper.startsWith(QLatin1Char('B')))
+    if (db::isNumericType(type) && upper.startsWith(QLatin1Char('B')))
         return entry::VoucherHelpers::TextToBool(shown) ? 1 : 0; // flags shown as "是"/"否"
     if (shown.isNull() || text.isEmpty())
         return {};
-    if (isNumeric(type)) {
+    if (db::isNumericType(type)) {
         bool ok = false;
         const double number =
             shown.typeId() == QMetaType::QString ? text.toDouble(&ok) : shown.toDouble(&ok);

@@ -1,5 +1,7 @@
 #include "PagedQueryModel.h"
 
+#include "db/ValueTypes.h"
+
 #include "db/DbError.h"
 
 #include <QSqlError>
@@ -19,20 +21,6 @@ QString errorText(const QSqlError& error) {
 // "Person.CPersonCode" reaches the result as "cpersoncode".
 QString bareName(const QString& name) {
     return name.mid(name.lastIndexOf('.') + 1).toLower();
-}
-
-bool isNumber(const QVariant& value) {
-    switch (value.typeId()) {
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace
@@ -168,7 +156,7 @@ QVariant PagedQueryModel::data(const QModelIndex& index, int role) const {
             return QString::number(value.toDouble(), 'g', 15);
         return value.toString();
     }
-    if (role == Qt::TextAlignmentRole && isNumber(value))
+    if (role == Qt::TextAlignmentRole && db::isNumericType(value.typeId()))
         return QVariant(Qt::AlignRight | Qt::AlignVCenter);
     return {};
 }
