@@ -17,19 +17,21 @@ using namespace bom;
 
 namespace {
 
-// A planner allowed half of the purchased items and every made item, and one warehouse.
+// A planner allowed every made item and half of the purchased ones.
 void ensureRestrictedOperator(db::Database& db) {
-    if (db.scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid='planner'"))
+    if (db.scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid=?"),
+                  {QStringLiteral("planner")})
             .toInt())
         return;
     db::Transaction tx(db);
-    db.exec(
-        QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES ('planner','计划员')"));
+    db.exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES (?, ?)"),
+            {QStringLiteral("planner"), QStringLiteral("计划员")});
     suite::RightsStore rights(db);
     rights.setScope(QStringLiteral("planner"), QStringLiteral("function"),
                     suite::RightsStore::Scope::All);
-    db.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) SELECT 'planner', "
-                           "'inventory', cInvCode FROM Inventory WHERE bself=1 OR iId % 2 = 0"));
+    db.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) SELECT ?, ?, cInvCode "
+                           "FROM Inventory WHERE bself=1 OR iId % 2 = 0"),
+            {QStringLiteral("planner"), QStringLiteral("inventory")});
     rights.setScope(QStringLiteral("planner"), QStringLiteral("inventory"),
                     suite::RightsStore::Scope::List);
     tx.commit();

@@ -145,22 +145,31 @@ QSqlQuery Database::execute(const QString& sql, const Params& params) {
 }
 
 Rows Database::query(const QString& sql, const Params& params) {
+    Rows rows;
+    stream(
+        sql, params, [&](const QStringList& columns) { rows = Rows(columns); },
+        [&](QVariantList&& row) { rows.append(std::move(row)); });
+    return rows;
+}
+
+void Database::stream(const QString& sql, const Params& params,
+                      const std::function<void(const QStringList&)>& onColumns,
+                      const std::function<void(QVariantList&&)>& onRow) {
     QSqlQuery q = execute(sql, params);
     const QSqlRecord record = q.record();
     QStringList columns;
     for (int i = 0; i < record.count(); ++i)
         columns << record.fieldName(i);
-    Rows rows(columns);
+    onColumns(columns);
     while (q.next()) {
         QVariantList row;
         row.reserve(columns.size());
         for (int i = 0; i < columns.size(); ++i)
             row << q.value(i);
-        rows.append(std::move(row));
+        onRow(std::move(row));
     }
     if (q.lastError().isValid())
         throw DbError(errorText(q.lastError()), sql);
-    return rows;
 }
 
 QVariant Database::scalar(const QString& sql, const Params& params) {

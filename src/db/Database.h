@@ -8,6 +8,7 @@
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVariantList>
+#include <functional>
 #include <memory>
 
 namespace bom::db {
@@ -33,6 +34,11 @@ public:
     bool isOpen() const;
 
     Rows query(const QString& sql, const Params& params = {});
+    // The same query handed over as it arrives: the column names, then each row. For lists too
+    // long to hold before the first row is shown.
+    void stream(const QString& sql, const Params& params,
+                const std::function<void(const QStringList&)>& onColumns,
+                const std::function<void(QVariantList&&)>& onRow);
     QVariant scalar(const QString& sql, const Params& params = {}); // first column of first row
     int exec(const QString& sql, const Params& params = {});        // rows affected
     // Runs a statement whose SQL ends in RETURNING <column> and answers that value.

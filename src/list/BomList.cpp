@@ -65,4 +65,15 @@ db::SqlCondition BomList::componentQuery(const QString& headerId) const {
            db::sqlText(columns.orderBy);
 }
 
+std::vector<ListRow> BomList::listRows(const db::Rows& rows) {
+    std::vector<ListRow> out;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        ListRow row{int(i) + 1, false, {}};
+        for (const QString& column : rows.columns())
+            row.cells.insert(column.toLower(), rows.value(i, column));
+        out.push_back(std::move(row));
+    }
+    return out;
+}
+
 } // namespace bom::list

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ListView.h"
 #include "db/SqlCondition.h"
 
 #include <QString>
@@ -27,6 +28,9 @@ public:
     db::SqlCondition parentQuery(const db::SqlCondition& filter = {}) const;
     // With no current parent, the "where 1=2" form that lists nothing.
     db::SqlCondition componentQuery(const QString& headerId) const;
+
+    // The rows of either query as list rows, numbered from 1, none selected.
+    static std::vector<ListRow> listRows(const db::Rows& rows);
 
 private:
     entry::Session& session_;

@@ -118,8 +118,9 @@ TEST_P(LoaderTest, SharedQuestionsAnswerFromStoredRows) {
     EXPECT_TRUE(IsUnitGroupType1(*db, QStringLiteral("FB100")));
     EXPECT_FALSE(IsUnitGroupType1(*db, QString()));
     EXPECT_EQ(GetToolbarStyle(*db, QStringLiteral("demo")), 1);
-    db->exec(QStringLiteral("INSERT INTO sys_user_setting VALUES ('demo', "
-                            "'SOFTWARE\\Mervale\\WF\\Appearance', 'Toolbar Style', 'Flat')"));
+    db->exec(QStringLiteral("INSERT INTO sys_user_setting VALUES (?, ?, ?, ?)"),
+             {QStringLiteral("demo"), QStringLiteral("SOFTWARE\\Mervale\\WF\\Appearance"),
+              QStringLiteral("Toolbar Style"), QStringLiteral("Flat")});
     EXPECT_EQ(GetToolbarStyle(*db, QStringLiteral("demo")), 2);
 }
 

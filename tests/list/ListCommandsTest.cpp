@@ -74,15 +74,7 @@ public:
 
 private:
     std::vector<ListRow> query(const db::SqlCondition& sql) {
-        const db::Rows rows = session_.gConn->query(sql.sql, sql.params);
-        std::vector<ListRow> out;
-        for (std::size_t i = 0; i < rows.size(); ++i) {
-            ListRow row{int(i) + 1, false, {}};
-            for (const QString& column : rows.columns())
-                row.cells.insert(column.toLower(), rows.value(i, column));
-            out.push_back(row);
-        }
-        return out;
+        return list::BomList::listRows(session_.gConn->query(sql.sql, sql.params));
     }
     entry::Session& session_;
 };

@@ -148,8 +148,9 @@ TEST_P(ListWindowTest, ShortcutsGoToTheOneDispatcher) {
     const int frame = rowOf(w, "FR100");
     w->setCurrentParentRow(frame);
     db->exec(QStringLiteral("INSERT INTO ProductStructure(iautoid, cpspcode, csocode, cmemo) "
-                            "VALUES ('{00000000-0000-0000-0000-00000000AAAA}', 'BK100', "
-                            "'SO-T', 'x')"));
+                            "VALUES (?, ?, ?, ?)"),
+             {QStringLiteral("{00000000-0000-0000-0000-00000000AAAA}"), QStringLiteral("BK100"),
+              QStringLiteral("SO-T"), QStringLiteral("x")});
     press(view, Qt::Key_F9);
     EXPECT_EQ(w->parentModel().rowCount(), 9);
     ASSERT_TRUE(w->currentParent());

@@ -32,9 +32,12 @@ TEST_P(AccountTest, DemoDataHoldsTogether) {
     EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures p JOIN ProductStructure c ON "
                          "c.iautoid=p.childguid WHERE c.cpspcode<>p.cpscode"),
               0);
-    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures WHERE cpscode IN ('FR100', "
-                         "'WH100', 'FK100') AND childguid IS NULL"),
-              0);
+    EXPECT_EQ(
+        db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE cpscode IN "
+                                  "(?, ?, ?) AND childguid IS NULL"),
+                   {QStringLiteral("FR100"), QStringLiteral("WH100"), QStringLiteral("FK100")})
+            .toInt(),
+        0);
     EXPECT_GE(count(*db, "SELECT count(*) FROM ProductStructures WHERE childguid IN (SELECT "
                          "iautoid FROM ProductStructure WHERE cpspcode='WH100')"),
               2); // a shared sub-assembly

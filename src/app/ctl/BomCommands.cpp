@@ -9,7 +9,6 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSqlRecord>
 #include <cstdio>
 
 namespace bom::app {
@@ -27,20 +26,10 @@ std::optional<RowPrinter::Format> formatOption(CtlContext& ctx, const char* fall
 // Streams a query's rows through the printer; the result carries them in --json mode.
 int printQuery(CtlContext& ctx, RowPrinter::Format format, const db::SqlCondition& sql) {
     try {
-        QSqlQuery query = ctx.db().prepare(sql.sql);
-        ctx.db().run(query, sql.params);
         RowPrinter printer(ctx, format);
-        const QSqlRecord record = query.record();
-        QStringList columns;
-        for (int i = 0; i < record.count(); ++i)
-            columns << record.fieldName(i);
-        printer.begin(columns);
-        while (query.next()) {
-            QVariantList values;
-            for (int i = 0; i < columns.size(); ++i)
-                values << query.value(i);
-            printer.row(values);
-        }
+        ctx.db().stream(
+            sql.sql, sql.params, [&](const QStringList& columns) { printer.begin(columns); },
+            [&](QVariantList&& values) { printer.row(values); });
         return ctx.finish(ExitOk, {{"rows", printer.finish()}});
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());

@@ -4,8 +4,6 @@
 #include "list/BomList.h"
 #include "list/BomListCommands.h"
 
-#include <QSqlRecord>
-
 namespace bom::app {
 namespace {
 
@@ -38,16 +36,9 @@ public:
 };
 
 std::vector<ListRow> rowsOf(db::Database& db, const db::SqlCondition& sql) {
-    QSqlQuery query = db.prepare(sql.sql);
-    db.run(query, sql.params);
-    const QSqlRecord record = query.record();
-    std::vector<ListRow> rows;
-    while (query.next()) {
-        ListRow row{int(rows.size()) + 1, true, {}};
-        for (int i = 0; i < record.count(); ++i)
-            row.cells.insert(record.fieldName(i).toLower(), query.value(i));
-        rows.push_back(row);
-    }
+    std::vector<ListRow> rows = list::BomList::listRows(db.query(sql.sql, sql.params));
+    for (ListRow& row : rows)
+        row.selected = true; // what bomctl names is what it acts on
     return rows;
 }
 
