@@ -41,9 +41,18 @@ void Common::LoadPrecision(Session& session) {
     }
 }
 
+namespace {
+
+QString orderClause(const QString& order) {
+    const QString trimmed = order.trimmed();
+    return trimmed.isEmpty() ? QString()
+                             : QStringLiteral(" Order by ") + trimmed + QStringLiteral(" ");
+}
+
+} // namespace
+
 QString Common::GetOrderBy(Session& session, const QString& colInfo) {
-    const QString order = session.gColSet->getOrderString(colInfo).trimmed();
-    return order.isEmpty() ? QString() : QStringLiteral(" Order by ") + order + QStringLiteral(" ");
+    return orderClause(session.gColSet->getOrderString(colInfo));
 }
 
 void Common::ReplaceSelectList(QString& sql, const QString& selectList) {
@@ -55,10 +64,11 @@ void Common::ReplaceSelectList(QString& sql, const QString& selectList) {
 
 RefColumns Common::GetRefColumns(Session& session, const QString& key) {
     RefColumns out;
+    // One read of the settings serves the list, the order and the columns.
     out.colInfo = session.gColSet->getColInfo(key, 1);
-    out.selectList = session.gColSet->GetSqlString(out.colInfo).trimmed();
-    out.orderBy = GetOrderBy(session, out.colInfo);
     out.colSet = session.gColSet->GetColset(key, 1);
+    out.selectList = suite::ColumnSettings::selectListOf(out.colSet).trimmed();
+    out.orderBy = orderClause(suite::ColumnSettings::orderOf(out.colSet));
     return out;
 }
 

@@ -47,15 +47,23 @@ std::vector<ColumnSetting> ColumnSettings::GetColset(const QString& key, int) {
 }
 
 QString ColumnSettings::GetSqlString(const QString& colInfo) {
+    return selectListOf(GetColset(colInfo));
+}
+
+QString ColumnSettings::getOrderString(const QString& colInfo) {
+    return orderOf(GetColset(colInfo));
+}
+
+QString ColumnSettings::selectListOf(const std::vector<ColumnSetting>& columns) {
     QStringList names;
-    for (const ColumnSetting& c : GetColset(colInfo))
+    for (const ColumnSetting& c : columns)
         names << c.fieldName;
     return names.join(',');
 }
 
-QString ColumnSettings::getOrderString(const QString& colInfo) {
+QString ColumnSettings::orderOf(const std::vector<ColumnSetting>& columns) {
     std::vector<ColumnSetting> sorted;
-    for (const ColumnSetting& c : GetColset(colInfo))
+    for (const ColumnSetting& c : columns)
         if (c.sort == QLatin1String("asc") || c.sort == QLatin1String("desc"))
             sorted.push_back(c);
     std::stable_sort(sorted.begin(), sorted.end(),

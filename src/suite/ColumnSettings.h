@@ -34,6 +34,9 @@ public:
     QString GetSqlString(const QString& colInfo);   // "a,b,c"
     QString getOrderString(const QString& colInfo); // "a asc,b desc" or ""
     std::vector<ColumnSetting> GetColset(const QString& key, int mode = 1);
+    // The select list and order of settings already read.
+    static QString selectListOf(const std::vector<ColumnSetting>& columns);
+    static QString orderOf(const std::vector<ColumnSetting>& columns);
 
     // Saves the operator's own setting for `key` in one transaction; false with `error` set
     // for an empty list or a name that is no plain identifier.
