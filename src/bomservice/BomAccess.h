@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::bomservice {
+
+// The one answer to "may this operator touch this BOM": it exists and his list would show it.
+// Every command that names a BOM or a line asks here, so a BOM his row rights hide behaves
+// everywhere as a BOM that does not exist.
+class BomAccess {
+public:
+    explicit BomAccess(entry::Session& session) : session_(session) {}
+
+    bool MayTouch(const QString& headerId) const;
+    // The header id of the line when its BOM may be touched; empty when the line is gone or
+    // its BOM is hidden.
+    QString HeaderOfLine(const QVariant& autoid) const;
+
+private:
+    entry::Session& session_;
+};
+
+} // namespace bom::bomservice
