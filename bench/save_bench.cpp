@@ -164,7 +164,7 @@ int run(const QString& url) {
     }
 
     // Each run reloads a card just saved, so its keys and row version are the stored ones.
-    bomservice::BomCardLoader loader(db, prompter);
+    bomservice::BomCardLoader loader(session);
     const auto voucher = loader.LoadTemplate(kCard);
     if (!voucher)
         failed("template load", prompter, {}, {});

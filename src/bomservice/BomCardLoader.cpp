@@ -1,7 +1,10 @@
 #include "BomCardLoader.h"
 
+#include "BomAccess.h"
+#include "ServiceTexts.h"
 #include "db/Database.h"
 #include "db/Identifier.h"
+#include "entry/Session.h"
 #include "suite/Prompter.h"
 
 #include <QRegularExpression>
@@ -9,7 +12,7 @@
 namespace bom::bomservice {
 namespace {
 
-const QString kTitle = QStringLiteral("BOM维护");
+const QString kTitle = ServiceTexts::title();
 
 // Keys are assigned by the save and the row version by the database.
 bool isExemptFromRequired(const QString& field) {
@@ -33,6 +36,9 @@ bool isMissing(const RowSet& rows, const QString& field, bool isHeader) {
 }
 
 } // namespace
+
+BomCardLoader::BomCardLoader(entry::Session& session)
+    : session_(session), db_(*session.gConn), prompter_(session.prompter) {}
 
 void BomCardLoader::fail(const QString& message) {
     prompter_.info(message, kTitle, 48);
@@ -104,9 +110,7 @@ BomCard BomCardLoader::NewCard(const VoucherTemplate& card) {
 
 std::optional<BomCard> BomCardLoader::LoadBom(const VoucherTemplate& card,
                                               const QString& headerId) {
-    if (db_.query(QStringLiteral("Select iautoid,bstopflag from productstructure where iautoid=?"),
-                  {headerId})
-            .empty()) {
+    if (!BomAccess(session_).MayTouch(headerId)) {
         fail(QStringLiteral("单据加载失败，请刷新后重试！"));
         return std::nullopt;
     }

@@ -9,6 +9,9 @@
 namespace bom::db {
 class Database;
 }
+namespace bom::entry {
+class Session;
+}
 namespace bom::suite {
 class Prompter;
 }
@@ -32,11 +35,12 @@ struct TemplateChoice {
     int id = 0;
 };
 
-// Reads card templates and loads BOM cards into row sets. Failures are shown through the
-// Prompter with the card's title "BOM维护"; database errors throw db::DbError.
+// Reads card templates and loads BOM cards into row sets for the session's operator. Failures
+// are shown through the Prompter with the card's title "BOM维护"; database errors throw
+// db::DbError.
 class BomCardLoader {
 public:
-    BomCardLoader(db::Database& db, suite::Prompter& prompter) : db_(db), prompter_(prompter) {}
+    explicit BomCardLoader(entry::Session& session);
 
     // "单据模板不存在。" when the card has no template, or names a table or view the schema
     // does not define.
@@ -48,8 +52,8 @@ public:
 
     // Empty header and body with the views' columns.
     BomCard NewCard(const VoucherTemplate& card);
-    // "单据加载失败，请刷新后重试！" when the BOM is gone. Lines start unchanged, with their
-    // autoid as oldautoid.
+    // "单据加载失败，请刷新后重试！" when the BOM is gone or hidden from the operator. Lines start
+    // unchanged, with their autoid as oldautoid.
     std::optional<BomCard> LoadBom(const VoucherTemplate& card, const QString& headerId);
 
     // The first required field left empty is reported as its caption + "为必填项！".
@@ -62,6 +66,7 @@ private:
     QString columnList(const QString& view);
     void fail(const QString& message);
 
+    entry::Session& session_;
     db::Database& db_;
     suite::Prompter& prompter_;
 };

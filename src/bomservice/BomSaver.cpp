@@ -1,12 +1,15 @@
 #include "BomSaver.h"
 
+#include "BomAccess.h"
 #include "BomCardLoader.h"
 #include "BomValidator.h"
 #include "RowWriter.h"
+#include "ServiceTexts.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomIdentity.h"
 #include "entry/Session.h"
+#include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
 
 #include <QUuid>
@@ -14,8 +17,9 @@
 namespace bom::bomservice {
 namespace {
 
-const QString kTitle = QStringLiteral("BOM维护");
+const QString kTitle = ServiceTexts::title();
 const QString kSaveFailed = QStringLiteral("保存失败！");
+const QString kChangedMeanwhile = ServiceTexts::changedMeanwhile();
 
 // The header-against-line rule, bound to this header's identity: lines elsewhere whose
 // component is this BOM's parent variant.
@@ -36,6 +40,19 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
                        QString& errorText) {
     resultText.clear();
     errorText.clear();
+    auto refuse = [&](const QString& result, const QString& shown) {
+        resultText = result;
+        errorText = shown;
+        session_.prompter.info(shown, kTitle, 16);
+        return false;
+    };
+    // A modification names the BOM and the version it was loaded at; one the operator may not
+    // touch is refused exactly as one deleted meanwhile.
+    if (mode == 1 &&
+        (card.header.rowCount() != 1 ||
+         card.header.text(0, QStringLiteral("qzts")).trimmed().isEmpty() ||
+         !BomAccess(session_).MayTouch(card.header.text(0, QStringLiteral("iautoid")))))
+        return refuse(kSaveFailed, kChangedMeanwhile);
     BomValidator validator(session_);
     if (!validator.ValidateBom(card, mode)) {
         resultText = QStringLiteral("单据录入不合法！");
@@ -48,17 +65,11 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
         resultText = QStringLiteral("用户取消");
         return false;
     }
-    auto refuse = [&](const QString& result, const QString& shown) {
-        resultText = result;
-        errorText = shown;
-        session_.prompter.info(shown, kTitle, 16);
-        return false;
-    };
     if (card.header.rowCount() != 1)
         return refuse(kSaveFailed, QStringLiteral("前台传来的表头数据有误，不能保存!"));
     card.header.setValue(0, QStringLiteral("ccheck"),
                          QStringLiteral("")); // a saved BOM is never approved
-    const auto voucher = BomCardLoader(*session_.gConn, session_.prompter).findTemplate(cardNumber);
+    const auto voucher = BomCardLoader(session_).findTemplate(cardNumber);
     if (!voucher) {
         resultText = QStringLiteral("单据录入不合法！");
         return false;
@@ -91,8 +102,23 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
     return true;
 }
 
+bool BomSaver::claimVersion(const BomCard& card) {
+    // The first statement of the transaction: it takes the header row for this save and
+    // proves nobody changed the BOM since the card was loaded.
+    return session_.gConn->exec(
+               QStringLiteral("update productstructure set qzts=qzts where iautoid=? and qzts=?"),
+               {card.header.text(0, QStringLiteral("iautoid")),
+                qlonglong(
+                    entry::VoucherHelpers::ToNumber(card.header.value(0, QStringLiteral("qzts")))
+                        .value_or(-1))}) == 1;
+}
+
 bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText) {
     db::Database& db = *session_.gConn;
+    if (mode == 1 && !claimVersion(card)) {
+        errorText = kChangedMeanwhile;
+        return false;
+    }
     const QString parent = card.header.text(0, QStringLiteral("cpspcode"));
     // A modification may move the BOM to another parent: both parents' totals change.
     QStringList parents{parent};
@@ -102,7 +128,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
                          QStringLiteral("select cpspcode from productstructure where iautoid=?"),
                          {headerId})
                        .toString();
-    deleteLines(card);
+    deleteLines(card, headerId);
     if (card.header.text(0, QStringLiteral("bmrcbbom")) == QStringLiteral("是"))
         db.exec(QStringLiteral("update productstructure set bmrcbbom=0 where cpspcode=?"),
                 {parent});
@@ -114,7 +140,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     const QVariant written = writer.WriteRow(QStringLiteral("ProductStructure"), card.header, 0,
                                              mode, false, headerId, &outcome);
     if (outcome == RowWriter::Outcome::NoRowUpdated) {
-        errorText = QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！");
+        errorText = kChangedMeanwhile;
         return false;
     }
     card.header.setValue(0, QStringLiteral("iautoid"), headerId);
@@ -125,7 +151,10 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
                                                {headerId}));
     UpdateChildLinks(card, headerId);
     SetLineKeys(card, headerId);
-    writeLines(card, writer);
+    if (!writeLines(card, writer)) {
+        errorText = kChangedMeanwhile; // a modified line was deleted by someone else
+        return false;
+    }
     LinkLineChildren(headerId);
     LinkSalesOrder(headerId, card.header.text(0, QStringLiteral("csocode")));
     SaveQuantityTotals(parents);
@@ -143,14 +172,19 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     return true;
 }
 
-void BomSaver::deleteLines(const BomCard& card) {
+void BomSaver::deleteLines(const BomCard& card, const QString& headerId) {
     db::Database& db = *session_.gConn;
     for (int row : card.lines.deletedRows()) {
         const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
         if (autoid.isNull())
             continue; // added and removed again before any save
-        db.exec(QStringLiteral("Delete from ProstruOpt where autoid=?"), {autoid});
-        db.exec(QStringLiteral("Delete from ProductStructures where autoid=?"), {autoid});
+        // Only a line of this BOM: a card never reaches into another one.
+        const qlonglong id = autoid.toLongLong();
+        db.exec(QStringLiteral("Delete from ProstruOpt where autoid in (select autoid from "
+                               "ProductStructures where autoid=? and ipid=?)"),
+                {id, headerId});
+        db.exec(QStringLiteral("Delete from ProductStructures where autoid=? and ipid=?"),
+                {id, headerId});
     }
 }
 
@@ -169,7 +203,7 @@ void BomSaver::UpdateChildLinks(const BomCard& card, const QString& headerId) {
 
 void BomSaver::SaveParentDepartment(const QString& parentCode, const QString& depCode) {
     db::Database& db = *session_.gConn;
-    const QVariant department = depCode.isEmpty() ? QVariant() : QVariant(depCode);
+    const QString department = depCode.isNull() ? QStringLiteral("") : depCode;
     if (db.exec(QStringLiteral("Update ProductStructureEx set cDepCode=? where cPSPCode=?"),
                 {department, parentCode}) == 0)
         db.exec(QStringLiteral("insert into ProductStructureEx(cpspcode,cdepcode) values(?,?)"),
@@ -199,7 +233,7 @@ void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {
     }
 }
 
-void BomSaver::writeLines(BomCard& card, RowWriter& writer) {
+bool BomSaver::writeLines(BomCard& card, RowWriter& writer) {
     db::Database& db = *session_.gConn;
     for (int row : card.lines.addedOrModifiedRows()) {
         const bool added = card.lines.editprop(row) == QLatin1String("A");
@@ -208,7 +242,7 @@ void BomSaver::writeLines(BomCard& card, RowWriter& writer) {
             writer.WriteRow(QStringLiteral("ProductStructures"), card.lines, row, added ? 0 : 1,
                             true, card.lines.value(row, QStringLiteral("autoid")), &outcome);
         if (outcome == RowWriter::Outcome::NoRowUpdated)
-            throw db::DbError(QStringLiteral("行%1已不存在").arg(autoid.toString()));
+            return false;
         card.lines.setValue(row, QStringLiteral("autoid"), autoid);
         // A copied line brings the substitutes of the line it was copied from.
         const QVariant source = card.lines.oldautoid(row);
@@ -225,6 +259,7 @@ void BomSaver::writeLines(BomCard& card, RowWriter& writer) {
                 {autoid, source});
         }
     }
+    return true;
 }
 
 void BomSaver::LinkLineChildren(const QString& headerId) {

@@ -20,8 +20,10 @@ class BomSaver {
 public:
     explicit BomSaver(entry::Session& session);
 
-    // mode 0 new card, 1 modified card. False with `resultText` the short reason and
-    // `errorText` what was shown (messages shown already are not repeated).
+    // mode 0 new card, 1 modified card. A modification writes only over the version its card
+    // was loaded at (header qzts): a BOM changed, deleted or hidden since is refused with
+    // nothing written. False with `resultText` the short reason and `errorText` what was shown
+    // (messages shown already are not repeated).
     bool SaveBom(BomCard& card, const QString& cardNumber, int mode, QString& resultText,
                  QString& errorText);
 
@@ -36,9 +38,10 @@ public:
     void LinkSalesOrder(const QString& headerId, const QString& salesOrder);
 
 private:
+    bool claimVersion(const BomCard& card);
     bool writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText);
-    void deleteLines(const BomCard& card);
-    void writeLines(BomCard& card, RowWriter& writer);
+    void deleteLines(const BomCard& card, const QString& headerId);
+    bool writeLines(BomCard& card, RowWriter& writer); // false: a modified line is gone
     void markSaved(BomCard& card);
 
     entry::Session& session_;

@@ -1,5 +1,8 @@
 #include "BomValidator.h"
 
+#include "BomCardLoader.h"
+#include "RowWriter.h"
+
 #include "entry/BomIdentity.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
@@ -41,16 +44,17 @@ bool BomValidator::ValidateBom(BomCard& card, int mode) {
     const std::vector<int> lines = card.lines.notDeletedRows();
     if (lines.empty())
         return fail(QStringLiteral("一个母件至少要包括一个子件！"));
+    if (card.header.rowCount() == 0)
+        return fail(QStringLiteral("信息不完整！"));
+    if (!CheckValues(card) || !CheckNoLineIsTheParent(card))
+        return false;
     if (!CheckLineDuplicates(card) || !CheckBomExists(card) || !CheckCycle(card))
         return false;
-    if (card.header.rowCount() == 0 || !CheckRowInfo(card.header, 0))
+    if (!CheckRowInfo(card.header, 0))
         return false;
-    for (int row : lines) {
+    for (int row : lines)
         if (!CheckRowInfo(card.lines, row))
-            return false;
-        if (card.lines.value(row, QStringLiteral("ipsquantity")).toDouble() == 0)
-            return fail(QStringLiteral("基本用量分子不能为零！"));
-    }
+            return false; // quantities passed their entry rules with the values
     const QString parent = card.header.text(0, QStringLiteral("cpspcode"));
     for (int row : card.lines.allRows())
         if (card.lines.text(row, QStringLiteral("cpspcode")) != parent)
@@ -58,6 +62,33 @@ bool BomValidator::ValidateBom(BomCard& card, int mode) {
     if (mode == kModify && !CheckBeforeModify(card))
         return false;
     return CheckSubstituteFlags(card);
+}
+
+bool BomValidator::CheckValues(const BomCard& card) {
+    const auto voucher = BomCardLoader(session_).findTemplate(QStringLiteral("PP30"));
+    RowWriter writer(*session_.gConn, *session_.gLogin, voucher ? voucher->DEF_ID : 0);
+    QString refusal =
+        writer.CheckRow(QStringLiteral("ProductStructure"), card.header, 0, /*isBody=*/false);
+    for (int row : card.lines.allRows()) {
+        if (!refusal.isEmpty())
+            break;
+        if (card.lines.editprop(row) != QLatin1String("D"))
+            refusal = writer.CheckRow(QStringLiteral("ProductStructures"), card.lines, row,
+                                      /*isBody=*/true);
+        else if (const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
+                 !autoid.isNull() && !entry::VoucherHelpers::ToNumber(autoid))
+            refusal = QStringLiteral("autoid必须为数字！"); // the only value a deletion uses
+    }
+    return refusal.isEmpty() || fail(refusal);
+}
+
+bool BomValidator::CheckNoLineIsTheParent(const BomCard& card) {
+    const QString parent = card.header.text(0, QStringLiteral("cpspcode")).trimmed();
+    for (int row : card.lines.notDeletedRows())
+        if (!parent.isEmpty() &&
+            card.lines.text(row, QStringLiteral("cpscode")).trimmed() == parent)
+            return fail(QStringLiteral("母件不可与子件相同！"));
+    return true;
 }
 
 bool BomValidator::CheckLineDuplicates(const BomCard& card) {

@@ -21,7 +21,13 @@ public:
     explicit BomValidator(entry::Session& session);
 
     // Rules 1–9 in order, stopping at the first failure. Copies the parent code into the lines.
+    // Before any query sees the card's values they are checked against their columns, and no
+    // line may name the parent itself.
     bool ValidateBom(BomCard& card, int mode);
+
+    // Numbers that are numbers, texts that fit, no NUL, the numeric line cells' entry rules.
+    bool CheckValues(const BomCard& card);
+    bool CheckNoLineIsTheParent(const BomCard& card); // "母件不可与子件相同！"
 
     bool CheckLineDuplicates(const BomCard& card);
     bool CheckBomExists(const BomCard& card);

@@ -1,8 +1,10 @@
 #include "Guards.h"
 
+#include "BomAccess.h"
 #include "BomCardLoader.h"
 #include "BomSaver.h"
 #include "BomValidator.h"
+#include "ServiceTexts.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/Session.h"
@@ -11,7 +13,7 @@
 namespace bom::bomservice {
 namespace {
 
-const QString kTitle = QStringLiteral("BOM维护");
+const QString kTitle = ServiceTexts::title();
 
 } // namespace
 
@@ -49,6 +51,14 @@ bool BomGuards::CheckNotStopped(const QString& headerId) {
     return false;
 }
 
+bool BomGuards::CheckModifiable(const QString& headerId) {
+    if (!BomAccess(session_).MayTouch(headerId)) {
+        session_.prompter.info(ServiceTexts::changedMeanwhile(), kTitle, 16);
+        return false;
+    }
+    return CheckNotApproved(headerId) && CheckNotStopped(headerId);
+}
+
 bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
     if (!BomValidator(session_).CheckBeforeModify(card))
         return false;
@@ -60,7 +70,7 @@ bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
     const QVariant id = card.header.value(0, QStringLiteral("ID"));
     const QString headerId = card.header.text(0, QStringLiteral("iautoid"));
     try {
-        const auto voucher = BomCardLoader(db, session_.prompter).findTemplate(cardNumber);
+        const auto voucher = BomCardLoader(session_).findTemplate(cardNumber);
         if (!voucher)
             return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
         db::Transaction tx(db);

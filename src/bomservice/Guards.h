@@ -22,6 +22,9 @@ public:
     bool IsApproved(const QString& headerId);
     QString GetVoucherId(const QString& headerId);
     bool CheckNotStopped(const QString& headerId); // "停用的产品不可修改！"
+    // Before a stored BOM goes into edit: the operator may touch it (else it is refused as one
+    // deleted meanwhile), it is not approved and not stopped.
+    bool CheckModifiable(const QString& headerId);
 
     // Deletes the card with its lines, substitutes and attachments in one transaction, unless
     // another session deleted or changed the BOM since the card's qzts was read.

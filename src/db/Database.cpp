@@ -4,6 +4,7 @@
 #include "Identifier.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlRecord>
 #include <atomic>
@@ -205,6 +206,18 @@ QSqlRecord Database::recordOf(const QString& relation) {
         return {};
     // The name is spliced only after the schema confirmed it names a relation.
     return execute(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation), {}).record();
+}
+
+QHash<QString, int> Database::textLimits(const QString& table) {
+    static const QRegularExpression length(QStringLiteral("\\((\\d+)\\)"));
+    QHash<QString, int> limits;
+    const Rows columns = query(dialect_->textColumnsSql(), {table.toLower()});
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const auto match = length.match(columns.text(i, "type"));
+        if (match.hasMatch())
+            limits.insert(columns.text(i, "name").toLower(), match.captured(1).toInt());
+    }
+    return limits;
 }
 
 void Database::begin() {

@@ -4,6 +4,7 @@
 #include "Dialect.h"
 #include "Rows.h"
 
+#include <QHash>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -53,6 +54,9 @@ public:
     QStringList columnsOf(const QString& relation);
     // Column names with the driver's value types of an existing table or view.
     QSqlRecord recordOf(const QString& relation);
+    // The declared length of each length-limited text column of a table, by lower-case name.
+    // SQLite keeps longer texts without complaint, so callers check lengths themselves.
+    QHash<QString, int> textLimits(const QString& table);
 
     // Used by Transaction: nesting becomes savepoints.
     void begin();

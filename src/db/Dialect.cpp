@@ -38,6 +38,10 @@ public:
         return QStringLiteral("SELECT count(*) AS n FROM sqlite_master WHERE type IN "
                               "('table','view') AND lower(name)=lower(?)");
     }
+    QString textColumnsSql() const override {
+        return QStringLiteral("SELECT name, type FROM pragma_table_info(?) WHERE type LIKE "
+                              "'%CHAR(%'");
+    }
     QStringList sessionSetup() const override {
         // WAL lets a reader (the list) and a writer (a save in another process) work at once;
         // the busy time-out makes a second writer wait instead of failing at once.
@@ -75,6 +79,12 @@ public:
     QString relationExistsSql() const override {
         return QStringLiteral("SELECT count(*) AS n FROM information_schema.tables WHERE "
                               "table_schema=current_schema() AND table_name=lower(?)");
+    }
+    QString textColumnsSql() const override {
+        return QStringLiteral("SELECT column_name AS name, 'VARCHAR(' || "
+                              "character_maximum_length || ')' AS type FROM "
+                              "information_schema.columns WHERE table_schema=current_schema() "
+                              "AND table_name=lower(?) AND character_maximum_length IS NOT NULL");
     }
     QStringList sessionSetup() const override {
         return {QStringLiteral("SET statement_timeout = 120000"),

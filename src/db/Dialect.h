@@ -18,6 +18,9 @@ public:
     virtual QString translateSchema(const QString& script) const = 0;
     // SQL answering one row with one column "n" when table or view `name` exists.
     virtual QString relationExistsSql() const = 0;
+    // SQL answering, for the table bound to its one placeholder, one row per length-limited
+    // text column: "name" and "type" (a declared type such as "VARCHAR(60)").
+    virtual QString textColumnsSql() const = 0;
     // Statements run once on every new connection.
     virtual QStringList sessionSetup() const = 0;
     // Run at the start of a long write transaction (a card save): lifts the statement time-out

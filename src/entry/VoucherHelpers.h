@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QVariant>
+#include <optional>
 
 namespace bom::db {
 class Database;
@@ -17,6 +18,12 @@ namespace VoucherHelpers {
 
 // "true" (any case), "是" or a non-zero number are true; blank, "0", "否" and other text false.
 bool TextToBool(const QVariant& value);
+// A finite number, from a number or its text; nothing for blank text, words, NaN or infinity.
+std::optional<double> ToNumber(const QVariant& value);
+// The entry rule of a numeric component-line cell (numerator, denominator, waste rate, pieces,
+// conversion rate, standard price): the refusal, or empty when the value passes or the field
+// has no such rule.
+QString CheckLineNumber(const QString& field, const QVariant& value);
 // Is the BOM the child BOM of two or more lines?
 bool IsSharedBom(db::Database& db, const QString& headerId);
 bool HasSubstitutes(db::Database& db, const QVariant& lineAutoid);

@@ -85,6 +85,12 @@ QStringList RightsStore::codes(const QString& userId, const QString& kind) {
     return out;
 }
 
+bool RightsStore::hasCodes(const QString& userId, const QString& kind) {
+    return !db_.query(QStringLiteral("SELECT 1 FROM sys_right WHERE cuserid=? AND ckind=? LIMIT 1"),
+                      {userId, kind})
+                .empty();
+}
+
 bool RightsStore::allows(const QString& userId, const QString& kind, const QString& code) {
     switch (scope(userId, kind)) {
     case Scope::All:

@@ -28,6 +28,7 @@ public:
 
     Scope scope(const QString& userId, const QString& kind);
     QStringList codes(const QString& userId, const QString& kind);
+    bool hasCodes(const QString& userId, const QString& kind);
     bool allows(const QString& userId, const QString& kind, const QString& code);
 
     // Writers run in the caller's transaction.

@@ -11,6 +11,11 @@ protected:
     void SetUp() override {
         BackendTest::SetUp();
         db = account->createDemo();
+        session = std::make_unique<test::TestSession>(account->url(), QStringLiteral("demo"));
+    }
+    void TearDown() override {
+        session.reset();
+        BackendTest::TearDown();
     }
     QString bomOf(const char* parent, const char* free1 = nullptr) {
         return db
@@ -20,11 +25,11 @@ protected:
             .toString();
     }
     std::unique_ptr<db::Database> db;
-    suite::ScriptedPrompter prompter;
+    std::unique_ptr<test::TestSession> session;
 };
 
 TEST_P(LoaderTest, LoadsACardWithDisplayValuesAndRefusesAVanishedOne) {
-    BomCardLoader loader(*db, prompter);
+    BomCardLoader loader(session->session());
     const auto card = loader.LoadTemplate(QStringLiteral("pp30"));
     ASSERT_TRUE(card);
     EXPECT_EQ(card->BWTblName, QStringLiteral("ProductStructures"));
@@ -43,7 +48,7 @@ TEST_P(LoaderTest, LoadsACardWithDisplayValuesAndRefusesAVanishedOne) {
     EXPECT_TRUE(empty.lines.hasColumn(QStringLiteral("editprop")));
 
     EXPECT_FALSE(loader.LoadBom(*card, QStringLiteral("{00000000-0000-0000-0000-000000000001}")));
-    EXPECT_EQ(prompter.texts().last(), QStringLiteral("单据加载失败，请刷新后重试！"));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("单据加载失败，请刷新后重试！"));
 
     // A template without body grid loads the header alone; an unknown view is no template.
     db->exec(QStringLiteral("UPDATE vouchers SET HaveBodyGrid=0 WHERE cardnumber='PP30'"));
@@ -54,11 +59,11 @@ TEST_P(LoaderTest, LoadsACardWithDisplayValuesAndRefusesAVanishedOne) {
                             "WHERE cardnumber='PP30'"));
     EXPECT_FALSE(loader.LoadTemplate(QStringLiteral("PP30")));
     EXPECT_FALSE(loader.LoadTemplate(QStringLiteral("XX99")));
-    EXPECT_EQ(prompter.texts().last(), QStringLiteral("单据模板不存在。"));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("单据模板不存在。"));
 }
 
 TEST_P(LoaderTest, RequiredFieldsNameTheFirstEmptyOneButNeverTheKeys) {
-    BomCardLoader loader(*db, prompter);
+    BomCardLoader loader(session->session());
     const auto card = loader.LoadTemplate(QStringLiteral("PP30"));
     auto bom = loader.LoadBom(*card, bomOf("WH100"));
     ASSERT_TRUE(bom);
@@ -73,13 +78,13 @@ TEST_P(LoaderTest, RequiredFieldsNameTheFirstEmptyOneButNeverTheKeys) {
     EXPECT_TRUE(loader.CheckRequired(*bom, card->DEF_ID));
     bom->lines.setEditprop(1, QStringLiteral("M"));
     EXPECT_FALSE(loader.CheckRequired(*bom, card->DEF_ID));
-    EXPECT_EQ(prompter.texts().last(), QStringLiteral("基本用量分子为必填项！"));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("基本用量分子为必填项！"));
 
     db->exec(QStringLiteral("UPDATE voucheritems SET cardformula1='母件' WHERE vt_id=1 AND "
                             "fieldname='cpspcode'"));
     bom->header.setValue(0, QStringLiteral("cpspcode"), QString());
     EXPECT_FALSE(loader.CheckRequired(*bom, card->DEF_ID));
-    EXPECT_EQ(prompter.texts().last(), QStringLiteral("母件为必填项！"));
+    EXPECT_EQ(session->prompter.texts().last(), QStringLiteral("母件为必填项！"));
 
     EXPECT_EQ(loader.fieldCaption(QStringLiteral("CDEFINE23")), QStringLiteral("表体自定义项2"));
     EXPECT_EQ(loader.fieldCaption(QStringLiteral("cfree10")), QStringLiteral("自由项10"));

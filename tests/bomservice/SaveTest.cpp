@@ -37,11 +37,11 @@ protected:
             .toString();
     }
     BomCard load(test::TestSession& s, const QString& id) {
-        bomservice::BomCardLoader loader(s.db(), s.prompter);
+        bomservice::BomCardLoader loader(s.session());
         return *loader.LoadBom(*loader.LoadTemplate(QStringLiteral("PP30")), id);
     }
     BomCard newCard(const QString& parent) {
-        bomservice::BomCardLoader loader(db(), session->prompter);
+        bomservice::BomCardLoader loader(session->session());
         BomCard card = loader.NewCard(*loader.LoadTemplate(QStringLiteral("PP30")));
         const int row = card.header.appendRow();
         card.header.setValue(row, QStringLiteral("cpspcode"), parent);

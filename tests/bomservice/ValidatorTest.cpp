@@ -20,7 +20,7 @@ protected:
     }
     db::Database& db() { return session->db(); }
     BomCard load(const char* parent) {
-        bomservice::BomCardLoader loader(db(), session->prompter);
+        bomservice::BomCardLoader loader(session->session());
         const QString id =
             db().scalar(QStringLiteral("SELECT iautoid FROM ProductStructure WHERE cpspcode=? "
                                        "ORDER BY iautoid LIMIT 1"),
@@ -40,6 +40,7 @@ protected:
         const int row = card.lines.appendRow();
         card.lines.setValue(row, QStringLiteral("cpscode"), component);
         card.lines.setValue(row, QStringLiteral("ipsquantity"), 1.0);
+        card.lines.setValue(row, QStringLiteral("tdqtyd"), 1.0);
         card.lines.setEditprop(row, QStringLiteral("A"));
         return row;
     }
@@ -95,7 +96,7 @@ TEST_P(ValidatorTest, RulesRunInOrderAndStopAtTheFirstFailure) {
 
     BomCard zero = newCard(QStringLiteral("SD100"), {QStringLiteral("RM100")});
     zero.lines.setValue(0, QStringLiteral("ipsquantity"), 0.0);
-    EXPECT_EQ(verdict(zero), QStringLiteral("基本用量分子不能为零！"));
+    EXPECT_EQ(verdict(zero), QStringLiteral("基本用量分子必须大于0"));
 
     BomCard copied = newCard(QStringLiteral("SD100"), {QStringLiteral("RM100")});
     copied.lines.setValue(0, QStringLiteral("cpspcode"), QStringLiteral("OTHER"));
@@ -128,7 +129,7 @@ TEST_P(ValidatorTest, DefaultCostQuestionDepartmentRightAndDuplicatesInTheDataba
     session.reset();
     test::TestSession wang(account->url(), QStringLiteral("wang"));
     BomValidator restricted(wang.session());
-    bomservice::BomCardLoader loader(wang.db(), wang.prompter);
+    bomservice::BomCardLoader loader(wang.session());
     BomCard shirt = *loader.LoadBom(
         *loader.LoadTemplate(QStringLiteral("PP30")),
         wang.db()

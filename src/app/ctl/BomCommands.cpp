@@ -80,7 +80,7 @@ int runShow(CtlContext& ctx) {
     if (const int status = ctx.startSession())
         return status;
     try {
-        bomservice::BomCardLoader loader(ctx.db(), ctx.prompter());
+        bomservice::BomCardLoader loader(ctx.session());
         const auto card = loader.LoadTemplate(QStringLiteral("PP30"));
         const auto loaded = card ? loader.LoadBom(*card, words->first()) : std::nullopt;
         if (!loaded)

@@ -6,6 +6,8 @@
 #include "bomservice/BomValidator.h"
 #include "bomservice/Guards.h"
 #include "db/DbError.h"
+#include "entry/Session.h"
+#include "entry/VoucherHelpers.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -13,30 +15,120 @@
 namespace bom::app {
 namespace {
 
-// The card file named by the one argument, in the form `bomctl show` prints ("-" reads
-// standard input), with the session started; `status` says why there is none.
-std::optional<bomservice::BomCard> cardForSession(CtlContext& ctx, int* status) {
-    const auto words = ctx.positional(1, 1);
-    if (!words) {
-        *status = ExitUsage;
-        return std::nullopt;
-    }
-    const QString path = words->first();
+using bomservice::BomCard;
+
+constexpr qint64 kMaxCardFile = 64 * 1024 * 1024;
+
+// The whole file, or nothing with `error` set: a card file is never allowed to exhaust memory.
+std::optional<QByteArray> readCardFile(const QString& path, QString* error) {
     QFile file;
     const bool opened = path == QLatin1String("-")
                             ? file.open(stdin, QIODevice::ReadOnly)
                             : (file.setFileName(path), file.open(QIODevice::ReadOnly));
     if (!opened) {
-        *status = ctx.fail(ExitUsage, QStringLiteral("无法读取卡片文件：%1").arg(path));
+        *error = QStringLiteral("无法读取卡片文件：%1").arg(path);
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.read(kMaxCardFile + 1);
+    if (bytes.size() > kMaxCardFile) {
+        *error = QStringLiteral("卡片文件超过 64 MiB，不予读取：%1").arg(path);
+        return std::nullopt;
+    }
+    return bytes;
+}
+
+// The card file named by the one argument, in the form `bomctl show` prints ("-" reads
+// standard input), with the session started; `status` says why there is none.
+std::optional<BomCard> cardForSession(CtlContext& ctx, int* status) {
+    const auto words = ctx.positional(1, 1);
+    if (!words) {
+        *status = ExitUsage;
         return std::nullopt;
     }
     QString error;
-    auto card = cardFromJson(file.readAll(), &error);
+    const auto bytes = readCardFile(words->first(), &error);
+    auto card = bytes ? cardFromJson(*bytes, &error) : std::nullopt;
     if (!card)
         *status = ctx.fail(ExitUsage, error);
     else if ((*status = ctx.startSession()))
         return std::nullopt;
     return card;
+}
+
+// A card that names its header is a modification; one without is new.
+int modeOf(const BomCard& card) {
+    return card.header.text(0, QStringLiteral("iautoid")).trimmed().isEmpty() ? 0 : 1;
+}
+
+// What the card window checks before it hands a card to the save: a stored BOM must be open to
+// modification, and the operator must have the entry right on every department the card names.
+bool passesCardChecks(CtlContext& ctx, const BomCard& card, int mode) {
+    if (mode == 1 && !bomservice::BomGuards(ctx.session())
+                          .CheckModifiable(card.header.text(0, QStringLiteral("iautoid"))))
+        return false;
+    const QString noRight = bomservice::BomValidator(ctx.session()).CheckDepartmentRight(card);
+    if (noRight.isEmpty())
+        return true;
+    ctx.session().ShowInfo(noRight);
+    return false;
+}
+
+bool sameValue(const QVariant& a, const QVariant& b) {
+    const auto x = entry::VoucherHelpers::ToNumber(a);
+    const auto y = entry::VoucherHelpers::ToNumber(b);
+    if (x && y)
+        return *x == *y;
+    return a.toString().trimmed() == b.toString().trimmed();
+}
+
+bool marksItsEdits(const BomCard& card) {
+    for (int row : card.lines.allRows())
+        if (!card.lines.editprop(row).isEmpty())
+            return true;
+    return false;
+}
+
+// A file that marks no line is the whole card: lines without autoid are added, lines that
+// differ from the stored ones modified, stored lines missing from the file deleted.
+bool markAgainstStored(CtlContext& ctx, BomCard& card) {
+    bomservice::BomCardLoader loader(ctx.session());
+    const auto voucher = loader.LoadTemplate(QStringLiteral("PP30"));
+    const auto stored =
+        voucher ? loader.LoadBom(*voucher, card.header.text(0, QStringLiteral("iautoid")))
+                : std::nullopt;
+    if (!stored)
+        return false;
+    QHash<qlonglong, int> storedRow;
+    for (int row : stored->lines.allRows())
+        storedRow.insert(stored->lines.value(row, QStringLiteral("autoid")).toLongLong(), row);
+    for (int row : card.lines.allRows()) {
+        const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
+        if (autoid.toString().trimmed().isEmpty()) {
+            card.lines.setEditprop(row, QStringLiteral("A"));
+            continue;
+        }
+        const auto found = storedRow.find(autoid.toLongLong());
+        if (found == storedRow.end()) { // gone meanwhile: the save reports it
+            card.lines.setEditprop(row, QStringLiteral("M"));
+            continue;
+        }
+        const int before = *found;
+        storedRow.erase(found);
+        for (const auto& column : card.lines.columns())
+            if (column.name != QLatin1String("editprop") && stored->lines.hasColumn(column.name) &&
+                !sameValue(card.lines.value(row, column.name),
+                           stored->lines.value(before, column.name))) {
+                card.lines.setEditprop(row, QStringLiteral("M"));
+                break;
+            }
+    }
+    for (int before : storedRow) {
+        const int row = card.lines.appendRow();
+        for (const auto& column : stored->lines.columns())
+            card.lines.setValue(row, column.name, stored->lines.value(before, column.name));
+        card.lines.setEditprop(row, QStringLiteral("D"));
+    }
+    return true;
 }
 
 int runValidate(CtlContext& ctx) {
@@ -53,21 +145,13 @@ int runValidate(CtlContext& ctx) {
                               ? QJsonObject()
                               : QJsonObject{{"cycle_path", QJsonArray::fromStringList(path)}});
     };
-    if (!validator.ValidateBom(*card, modify ? bomservice::BomValidator::kModify : 0))
+    const int mode = modify ? bomservice::BomValidator::kModify : 0;
+    if (!passesCardChecks(ctx, *card, mode) || !validator.ValidateBom(*card, mode))
         return refused();
-    const bool defaultCost =
-        card->header.text(0, QStringLiteral("bmrcbbom")) == QStringLiteral("是");
-    if (defaultCost &&
+    if (card->header.text(0, QStringLiteral("bmrcbbom")) == QStringLiteral("是") &&
         !validator.ConfirmDefaultCostBom(card->header.text(0, QStringLiteral("cpspcode")),
-                                         card->header.text(0, QStringLiteral("iautoid")))) {
-        ctx.prompter().info(QStringLiteral("用户取消"), QStringLiteral("BOM维护"), 64);
-        return refused();
-    }
-    const QString noRight = validator.CheckDepartmentRight(*card);
-    if (!noRight.isEmpty()) {
-        ctx.prompter().info(noRight, QStringLiteral("BOM维护"), 64);
-        return refused();
-    }
+                                         card->header.text(0, QStringLiteral("iautoid"))))
+        return refused(); // declined: nothing more is said, as the card says nothing more
     ctx.printLine(QStringLiteral("校验通过"));
     return ctx.finish(ExitOk);
 }
@@ -77,8 +161,10 @@ int runSave(CtlContext& ctx) {
     auto card = cardForSession(ctx, &status);
     if (!card)
         return status;
-    // A card that names its header is a modification; one without is new.
-    const int mode = card->header.text(0, QStringLiteral("iautoid")).isEmpty() ? 0 : 1;
+    const int mode = modeOf(*card);
+    if (!passesCardChecks(ctx, *card, mode) ||
+        (mode == 1 && !marksItsEdits(*card) && !markAgainstStored(ctx, *card)))
+        return ctx.finish(ExitRefused);
     QString result;
     QString error;
     if (!bomservice::BomSaver(ctx.session())
@@ -102,7 +188,7 @@ int runCardDelete(CtlContext& ctx) {
         return ctx.usage(QStringLiteral("--qzts 需要整数：%1").arg(*version));
     if (const int status = ctx.startSession())
         return status;
-    bomservice::BomCardLoader loader(ctx.db(), ctx.prompter());
+    bomservice::BomCardLoader loader(ctx.session());
     const auto voucher = loader.LoadTemplate(QStringLiteral("PP30"));
     auto card = voucher ? loader.LoadBom(*voucher, words->first()) : std::nullopt;
     if (!card)
@@ -126,7 +212,12 @@ std::vector<Command> cardCommands() {
     return {
         {"validate", "validate FILE [--modify]   (FILE in the form of show; - reads stdin)",
          runValidate},
-        {"save", "save FILE   (a header without iautoid is a new card)", runSave},
+        {"save",
+         "save FILE   (a header without iautoid is a new card; when lines carry editprop\n"
+         "              A/M/D they are taken as marked, otherwise the file is the whole card:\n"
+         "              lines without autoid are added, changed lines modified, stored lines\n"
+         "              missing from the file deleted)",
+         runSave},
         {"card-delete", "card-delete IAUTOID [--qzts N]", runCardDelete},
     };
 }
