@@ -76,7 +76,7 @@ bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
         db::Transaction tx(db);
         const db::Rows version = db.query(
             QStringLiteral("select qzts from %1 where id=?").arg(voucher->BTTblName), {id});
-        if (version.empty())
+        if (version.empty() || !BomAccess(session_).MayTouch(headerId))
             return refuse(QStringLiteral("本单据已被其他人删除，请刷新！"));
         if (version.value(0, "qzts").toLongLong() !=
             card.header.value(0, QStringLiteral("qzts")).toLongLong())

@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <csignal>
+#include <functional>
+#include <limits>
 
 using namespace bom;
 using bomservice::BomCard;
@@ -259,6 +261,169 @@ TEST_P(SaveTest, TwoSessionsCannotSaveOrDeleteOverEachOther) {
     EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE childguid=?"),
                     {wheel.header.text(0, QStringLiteral("iautoid"))}),
               0);
+}
+
+TEST_P(SaveTest, AModificationWritesOnlyOverTheVersionItWasLoadedAt) {
+    test::TestSession other(account->url(), QStringLiteral("demo"));
+    const QString frame = idOf("FR100");
+    auto memo = [&] {
+        return db()
+            .scalar(QStringLiteral("SELECT cmemo FROM ProductStructure WHERE iautoid=?"), {frame})
+            .toString();
+    };
+    auto refusedAsChanged = [&](test::TestSession& s, BomCard card) {
+        QString result;
+        const bool saved = save(s, card, 1, &result);
+        const auto& shown = s.prompter.prompts().back();
+        return !saved && result == QStringLiteral("保存失败！") &&
+               shown.text == QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！") &&
+               shown.style == 16 && shown.title == QStringLiteral("BOM维护");
+    };
+
+    BomCard mine = load(*session, frame);
+    BomCard theirs = load(other, frame);
+    mine.header.setValue(0, QStringLiteral("cmemo"), QStringLiteral("mine"));
+    ASSERT_TRUE(save(*session, mine, 1));
+    theirs.header.setValue(0, QStringLiteral("cmemo"), QStringLiteral("theirs"));
+    theirs.lines.setValue(0, QStringLiteral("ipsquantity"), 7.0);
+    theirs.lines.setEditprop(0, QStringLiteral("M"));
+    EXPECT_TRUE(refusedAsChanged(other, theirs));
+    EXPECT_EQ(memo(), QStringLiteral("mine"));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE ipid=? AND "
+                                   "ipsquantity=7"),
+                    {frame}),
+              0);
+
+    // A card without its version, and one loaded before an approval and its withdrawal.
+    BomCard versionless = load(*session, frame);
+    versionless.header.setValue(0, QStringLiteral("qzts"), QVariant());
+    EXPECT_TRUE(refusedAsChanged(*session, versionless));
+    BomCard stale = load(*session, frame);
+    other.db().exec(QStringLiteral("UPDATE ProductStructure SET ccheck='demo' WHERE iautoid=?"),
+                    {frame});
+    other.db().exec(QStringLiteral("UPDATE ProductStructure SET ccheck=NULL WHERE iautoid=?"),
+                    {frame});
+    stale.header.setValue(0, QStringLiteral("cmemo"), QStringLiteral("stale"));
+    EXPECT_TRUE(refusedAsChanged(*session, stale));
+    EXPECT_EQ(memo(), QStringLiteral("mine"));
+
+    // A line changed in the card but deleted meanwhile; a line of another BOM named in the card.
+    BomCard fresh = load(*session, frame);
+    other.db().exec(QStringLiteral("DELETE FROM ProductStructures WHERE autoid=?"),
+                    {fresh.lines.value(0, QStringLiteral("autoid"))});
+    fresh.lines.setValue(0, QStringLiteral("ipsquantity"), 5.0);
+    fresh.lines.setEditprop(0, QStringLiteral("M"));
+    fresh.header.setValue(0, QStringLiteral("cmemo"), QStringLiteral("fresh"));
+    EXPECT_TRUE(refusedAsChanged(*session, fresh));
+    EXPECT_EQ(memo(), QStringLiteral("mine"));
+
+    const QString wheel = idOf("WH100");
+    const QVariant foreignLine = db().scalar(
+        QStringLiteral("SELECT min(autoid) FROM ProductStructures WHERE ipid=?"), {wheel});
+    const int wheelLines =
+        count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE ipid=?"), {wheel});
+    BomCard intruder = load(*session, frame);
+    intruder.lines.setValue(0, QStringLiteral("autoid"), foreignLine);
+    intruder.lines.setEditprop(0, QStringLiteral("M"));
+    EXPECT_TRUE(refusedAsChanged(*session, intruder));
+    BomCard remover = load(*session, frame);
+    const int row = remover.lines.appendRow();
+    remover.lines.setValue(row, QStringLiteral("autoid"), foreignLine);
+    remover.lines.setEditprop(row, QStringLiteral("D"));
+    EXPECT_TRUE(save(*session, remover, 1));
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE ipid=?"), {wheel}),
+              wheelLines);
+}
+
+TEST_P(SaveTest, NullCellsKeepDefaultsAndStoredValues) {
+    BomCard card = newCard(QStringLiteral("SD100"));
+    const int row = addLine(card, QStringLiteral("RM100"), 2.0);
+    card.lines.setValue(row, QStringLiteral("wiptype"), QVariant());
+    ASSERT_TRUE(save(*session, card, 0));
+    const QString id = card.header.text(0, QStringLiteral("iautoid"));
+    EXPECT_EQ(count(QStringLiteral("SELECT bexpand FROM ProductStructure WHERE iautoid=?"), {id}),
+              1);
+    EXPECT_EQ(count(QStringLiteral("SELECT wiptype FROM ProductStructures WHERE ipid=?"), {id}), 3);
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructureEx WHERE cpspcode='SD100' "
+                                   "AND cdepcode=''")),
+              1); // an empty department is kept as empty text
+
+    db().exec(QStringLiteral("UPDATE ProductStructures SET iwasterate=5 WHERE ipid=?"), {id});
+    BomCard loaded = load(*session, id);
+    loaded.lines.setValue(0, QStringLiteral("iwasterate"), QVariant());
+    loaded.lines.setValue(0, QStringLiteral("ipsquantity"), 3.0);
+    loaded.lines.setEditprop(0, QStringLiteral("M"));
+    ASSERT_TRUE(save(*session, loaded, 1));
+    EXPECT_EQ(count(QStringLiteral("SELECT iwasterate FROM ProductStructures WHERE ipid=?"), {id}),
+              5);
+    EXPECT_EQ(count(QStringLiteral("SELECT ipsquantity FROM ProductStructures WHERE ipid=?"), {id}),
+              3);
+}
+
+TEST_P(SaveTest, BadValuesAreRefusedNamingTheirFieldAndChangeNothing) {
+    const QString frame = idOf("FR100");
+    auto line = [](const char* field, const QVariant& value) {
+        return [=](BomCard& c) {
+            c.lines.setValue(0, QLatin1String(field), value);
+            c.lines.setEditprop(0, QStringLiteral("M"));
+        };
+    };
+    auto header = [](const char* field, const QVariant& value) {
+        return [=](BomCard& c) { c.header.setValue(0, QLatin1String(field), value); };
+    };
+    const struct {
+        std::function<void(BomCard&)> spoil;
+        QStringList shown; // every piece appears in the one message shown
+    } cases[] = {
+        {line("cpscode", QStringLiteral("FR100")), {QStringLiteral("母件不可与子件相同！")}},
+        {line("ipsquantity", QStringLiteral(" ")), {QStringLiteral("基本用量分子不可为空！")}},
+        {line("ipsquantity", QStringLiteral("abc")), {QStringLiteral("基本用量分子必须为数字！")}},
+        {line("ipsquantity", QStringLiteral("nan")), {QStringLiteral("基本用量分子必须为数字！")}},
+        {line("ipsquantity", std::numeric_limits<double>::infinity()),
+         {QStringLiteral("基本用量分子必须为数字！")}},
+        {line("ipsquantity", 0.0), {QStringLiteral("基本用量分子必须大于0")}},
+        {line("ipsquantity", -2.0), {QStringLiteral("基本用量分子必须大于0")}},
+        {line("tdqtyd", QVariant()), {QStringLiteral("基本用量分母不可为空！")}},
+        {line("tdqtyd", QStringLiteral("1/2")), {QStringLiteral("基本用量分母必须为数字！")}},
+        {line("tdqtyd", QStringLiteral("-0")), {QStringLiteral("基本用量分母必须大于0")}},
+        {line("cpscode", QStringLiteral("RM1\u0000"
+                                        "00")),
+         {QStringLiteral("cpscode"), QStringLiteral("非法字符")}},
+        {header("cmemo", QString(256, QLatin1Char('x'))),
+         {QStringLiteral("备注（cmemo）"), QStringLiteral("255")}},
+        {header("fbzgs", QStringLiteral("2h")), {QStringLiteral("标准工时（fbzgs）必须为数字！")}},
+        {header("ivtid", 1.5), {QStringLiteral("ivtid"), QStringLiteral("整数")}},
+        {header("qzts", QStringLiteral("new")), {QStringLiteral("qzts"), QStringLiteral("数字")}},
+        {[](BomCard& c) {
+             c.lines.setValue(0, QStringLiteral("autoid"), QStringLiteral("1 or 1=1"));
+             c.lines.setEditprop(0, QStringLiteral("D"));
+         },
+         {QStringLiteral("autoid")}},
+    };
+    auto snapshot = [&] {
+        const db::Rows rows = db().query(
+            QStringLiteral("SELECT h.qzts, h.cmemo, l.autoid, l.cpscode, l.ipsquantity, l.tdqtyd "
+                           "FROM ProductStructure h JOIN ProductStructures l ON l.ipid=h.iautoid "
+                           "WHERE h.iautoid=? ORDER BY l.autoid"),
+            {frame});
+        QStringList out;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            for (const QVariant& v : rows.at(i))
+                out << v.toString();
+        return out;
+    };
+    const QStringList before = snapshot();
+    for (const auto& c : cases) {
+        BomCard card = load(*session, frame);
+        c.spoil(card);
+        session->prompter.clear();
+        EXPECT_FALSE(save(*session, card, 1));
+        ASSERT_EQ(session->prompter.texts().size(), 1);
+        const QString text = session->prompter.texts().first();
+        for (const QString& piece : c.shown)
+            EXPECT_TRUE(text.contains(piece)) << text.toStdString();
+        EXPECT_EQ(snapshot(), before) << text.toStdString();
+    }
 }
 
 TEST_P(SaveTest, GuardsAndAttachments) {

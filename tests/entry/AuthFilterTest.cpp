@@ -63,6 +63,21 @@ TEST_P(AuthFilterTest, ListsOnlyTheBomsTheOperatorMaySee) {
     setScope("department", suite::RightsStore::Scope::All);
     setScope("inventory", suite::RightsStore::Scope::None);
     EXPECT_TRUE(listed("wang").isEmpty());
+
+    // A list whose every code was revoked grants nothing, not even a BOM without department;
+    // a warehouse list without codes restricts nothing.
+    suite::RightsStore store(*db);
+    setScope("inventory", suite::RightsStore::Scope::All);
+    store.grant(QStringLiteral("wang"), QStringLiteral("department"), {QStringLiteral("0101")});
+    store.revoke(QStringLiteral("wang"), QStringLiteral("department"),
+                 store.codes(QStringLiteral("wang"), QStringLiteral("department")));
+    EXPECT_EQ(store.scope(QStringLiteral("wang"), QStringLiteral("department")),
+              suite::RightsStore::Scope::List);
+    EXPECT_TRUE(listed("wang").isEmpty());
+    setScope("department", suite::RightsStore::Scope::All);
+    store.grant(QStringLiteral("wang"), QStringLiteral("warehouse"), {QStringLiteral("01")});
+    store.revoke(QStringLiteral("wang"), QStringLiteral("warehouse"), {QStringLiteral("01")});
+    EXPECT_EQ(listed("wang"), listed("demo"));
 }
 
 TEST_P(AuthFilterTest, TenThousandAllowedItemsStillWork) {
