@@ -23,34 +23,74 @@ const QStringList kComponentKeys{"autoid", "ipid", "cpscode"};
 
 } // namespace
 
+const QStringList& BomList::fixedParentColumns() {
+    // The identity (parent, sales order, ten free items) first, then the state a script acts
+    // on; qzts is the version a card delete must name.
+    static const QStringList columns{
+        "iautoid",  "cpspcode", "cinvname",  "cinvstd",  "csocode", "cfree1", "cfree2",  "cfree3",
+        "cfree4",   "cfree5",   "cfree6",    "cfree7",   "cfree8",  "cfree9", "cfree10", "cdepcode",
+        "cdepname", "ccheck",   "bstopflag", "bmrcbbom", "bexpand", "fbzcb",  "cmemo",   "qzts"};
+    return columns;
+}
+
+QStringList BomList::parentViewColumns() const {
+    const db::Rows none =
+        session_.gConn->query(QStringLiteral("select * from pp_q_bomtreet where 1=2"));
+    QStringList names;
+    for (const QString& name : none.columns())
+        names << name.toLower();
+    return names;
+}
+
+std::optional<QStringList> BomList::viewColumns(const QStringList& names, QString* error) const {
+    const QStringList known = parentViewColumns();
+    QStringList out;
+    for (const QString& name : names) {
+        const QString column = db::matchName(known, name.trimmed());
+        if (column.isEmpty()) {
+            if (error)
+                *error =
+                    QStringLiteral("列表没有字段“%1”，可用的字段：%2").arg(name, known.join(','));
+            return std::nullopt;
+        }
+        out << column;
+    }
+    return out;
+}
+
 std::optional<db::SqlCondition> BomList::fieldFilter(const QString& field, const QString& value,
                                                      QString* error) const {
-    const entry::RefColumns columns =
-        entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
-    QStringList names;
-    for (const auto& c : columns.colSet)
-        names << c.fieldName;
-    const QString column = db::matchName(names, field.trimmed());
-    if (column.isEmpty()) {
-        if (error)
-            *error = QStringLiteral("列表没有字段“%1”，可用的字段：%2").arg(field, names.join(','));
+    const auto column = viewColumns({field}, error);
+    if (!column)
         return std::nullopt;
-    }
-    return db::SqlCondition{column + QStringLiteral(" = ?"), {value}};
+    return db::SqlCondition{column->first() + QStringLiteral(" = ?"), {value}};
+}
+
+db::SqlCondition BomList::withFilters(db::SqlCondition sql, const db::SqlCondition& filter) const {
+    if (!filter.sql.trimmed().isEmpty())
+        sql += db::sqlText(QStringLiteral(" and  ")) + filter;
+    sql += entry::RowAuthFilter(session_).GetBomAuthFilter();
+    return sql;
 }
 
 db::SqlCondition BomList::parentQuery(const db::SqlCondition& filter) const {
     const entry::RefColumns columns =
         entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
-    db::SqlCondition sql =
+    db::SqlCondition sql = withFilters(
         db::sqlText(QStringLiteral("select ") + withKeyColumns(columns.selectList, kParentKeys) +
-                    QStringLiteral(" from pp_q_bomtreet  where 1=1"));
-    if (!filter.sql.trimmed().isEmpty())
-        sql += db::sqlText(QStringLiteral(" and  ")) + filter;
-    sql += entry::RowAuthFilter(session_).GetBomAuthFilter();
+                    QStringLiteral(" from pp_q_bomtreet  where 1=1")),
+        filter);
     if (!columns.orderBy.isEmpty())
         sql += db::sqlText(columns.orderBy);
     return sql;
+}
+
+db::SqlCondition BomList::fixedParentQuery(const QStringList& columns,
+                                           const db::SqlCondition& filter) const {
+    return withFilters(db::sqlText(QStringLiteral("select ") + columns.join(',') +
+                                   QStringLiteral(" from pp_q_bomtreet  where 1=1")),
+                       filter) +
+           db::sqlText(QStringLiteral(" order by cpspcode, cfree1, cfree2, iautoid"));
 }
 
 db::SqlCondition BomList::componentQuery(const QString& headerId) const {
@@ -68,7 +108,7 @@ db::SqlCondition BomList::componentQuery(const QString& headerId) const {
 std::vector<ListRow> BomList::listRows(const db::Rows& rows) {
     std::vector<ListRow> out;
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        ListRow row{int(i) + 1, false, {}};
+        ListRow row{int(i) + 1, false, {}, rows.columns()};
         for (const QString& column : rows.columns())
             row.cells.insert(column.toLower(), rows.value(i, column));
         out.push_back(std::move(row));

@@ -21,11 +21,24 @@ public:
 
     explicit BomList(entry::Session& session) : session_(session) {}
 
-    // A condition "FIELD = value" on one of the parent list's columns; empty with `error`
+    // The columns a listing for scripts prints, in this order, whatever columns the operator
+    // chose to see in the window.
+    static const QStringList& fixedParentColumns();
+    // Every column of the header view, lower case, in the view's order.
+    QStringList parentViewColumns() const;
+    // `names` as header view columns (lower case); empty with `error` set, naming the columns
+    // there are, when one is not a column of the view.
+    std::optional<QStringList> viewColumns(const QStringList& names, QString* error) const;
+
+    // A condition "FIELD = value" on one of the header view's columns; empty with `error`
     // set for any other field.
     std::optional<db::SqlCondition> fieldFilter(const QString& field, const QString& value,
                                                 QString* error) const;
     db::SqlCondition parentQuery(const db::SqlCondition& filter = {}) const;
+    // The headers the operator may see with exactly `columns` (checked view columns), ordered
+    // by parent and free items 1 and 2 rather than by the operator's sort.
+    db::SqlCondition fixedParentQuery(const QStringList& columns,
+                                      const db::SqlCondition& filter = {}) const;
     // With no current parent, the "where 1=2" form that lists nothing.
     db::SqlCondition componentQuery(const QString& headerId) const;
 
@@ -33,6 +46,8 @@ public:
     static std::vector<ListRow> listRows(const db::Rows& rows);
 
 private:
+    db::SqlCondition withFilters(db::SqlCondition sql, const db::SqlCondition& filter) const;
+
     entry::Session& session_;
 };
 

@@ -41,14 +41,13 @@ std::vector<ListRow> selected(const std::vector<ListRow>& rows) {
     return out;
 }
 
-// The line as the deletion log keeps it: <Deleted autoid="…" column="value" … />.
+// The line as the deletion log keeps it: <Deleted autoid="…" column="value" … />, the
+// columns in list order and named as the list names them.
 QString deletedLineText(const ListRow& line) {
     QString text =
         QStringLiteral("<Deleted autoid=\"%1\" ").arg(line.text(QStringLiteral("autoid")));
-    QStringList columns = line.cells.keys();
-    columns.sort();
-    for (const QString& column : columns)
-        text += QStringLiteral("%1=\"%2\" ").arg(column, line.cells.value(column).toString());
+    for (const QString& column : line.columns)
+        text += QStringLiteral("%1=\"%2\" ").arg(column, line.text(column));
     return text + QStringLiteral("/>");
 }
 
@@ -136,66 +135,76 @@ bool BomListCommands::claimTask(const QString& code) {
 }
 
 bool BomListCommands::ExecuteCommand(const QString& key) {
-    const QString k = key.toLower();
     try {
-        if (k == QLatin1String("setup"))
-            view_.printSetup();
-        else if (k == QLatin1String("print") || k == QLatin1String("preview"))
-            view_.print(k == QLatin1String("preview"));
-        else if (k == QLatin1String("savefile"))
-            view_.exportList();
-        else if (k == QLatin1String("add")) {
-            if (!claimTask(kTaskEdit))
-                return false;
-            handover_.openCard(ListHandover::CardMode::Add, QString());
-            session_.gLogin->TaskExec(kTaskEdit, 0);
-            view_.reload();
-        } else if (k == QLatin1String("modify"))
-            return modify();
-        else if (k == QLatin1String("delete")) {
-            if (!claimTask(kTaskEdit))
-                return false;
-            const bool done = DeleteCurrent();
-            session_.gLogin->TaskExec(kTaskEdit, 0);
-            return done;
-        } else if (k == QLatin1String("copy"))
-            return copy(ListHandover::CardMode::Copy);
-        else if (k == QLatin1String("allcopy"))
-            return copy(ListHandover::CardMode::CopyAllLevels);
-        else if (k == QLatin1String("allsingle"))
-            return copy(ListHandover::CardMode::CopySingle);
-        else if (k.startsWith(QLatin1String("batch")) && k != QLatin1String("batchdo"))
-            return batch(k);
-        else if (k == QLatin1String("allselect") || k == QLatin1String("allcancel"))
-            view_.selectAll(k == QLatin1String("allselect"));
-        else if (k == QLatin1String("auditing") || k == QLatin1String("disaudit"))
-            AuditSelected(k == QLatin1String("auditing"));
-        else if (k == QLatin1String("stopuse"))
-            StopSelected();
-        else if (k == QLatin1String("use"))
-            EnableSelected();
-        else if (k == QLatin1String("pcopy") || k == QLatin1String("pdelete"))
-            return colourSize(k == QLatin1String("pcopy") ? QStringLiteral("pCopy")
-                                                          : QStringLiteral("pDelete"));
-        else if (k == QLatin1String("filter"))
-            view_.filter();
-        else if (k == QLatin1String("findset"))
-            view_.filterSettings();
-        else if (k == QLatin1String("colset"))
-            view_.columnSettings();
-        else if (k == QLatin1String("pos"))
-            view_.locate();
-        else if (k == QLatin1String("refresh"))
-            view_.reload();
-        else if (k == QLatin1String("help"))
-            view_.help();
-        else if (k == QLatin1String("exit"))
-            view_.close();
-        return true;
+        return RunCommand(key);
     } catch (const db::DbError& e) {
         session_.prompter.info(e.message(), kListTitle, 16);
         return false;
     }
+}
+
+bool BomListCommands::RunCommand(const QString& key) {
+    const QString k = key.toLower();
+    if (k == QLatin1String("setup"))
+        view_.printSetup();
+    else if (k == QLatin1String("print") || k == QLatin1String("preview"))
+        view_.print(k == QLatin1String("preview"));
+    else if (k == QLatin1String("savefile"))
+        view_.exportList();
+    else if (k == QLatin1String("add")) {
+        if (!claimTask(kTaskEdit))
+            return false;
+        handover_.openCard(ListHandover::CardMode::Add, QString());
+        session_.gLogin->TaskExec(kTaskEdit, 0);
+        view_.reload();
+    } else if (k == QLatin1String("modify"))
+        return modify();
+    else if (k == QLatin1String("delete")) {
+        if (!claimTask(kTaskEdit))
+            return false;
+        bool done = false;
+        try {
+            done = DeleteCurrent();
+        } catch (const db::DbError&) {
+            session_.gLogin->TaskExec(kTaskEdit, 0); // a failed delete must not keep the task
+            throw;
+        }
+        session_.gLogin->TaskExec(kTaskEdit, 0);
+        return done;
+    } else if (k == QLatin1String("copy"))
+        return copy(ListHandover::CardMode::Copy);
+    else if (k == QLatin1String("allcopy"))
+        return copy(ListHandover::CardMode::CopyAllLevels);
+    else if (k == QLatin1String("allsingle"))
+        return copy(ListHandover::CardMode::CopySingle);
+    else if (k.startsWith(QLatin1String("batch")) && k != QLatin1String("batchdo"))
+        return batch(k);
+    else if (k == QLatin1String("allselect") || k == QLatin1String("allcancel"))
+        view_.selectAll(k == QLatin1String("allselect"));
+    else if (k == QLatin1String("auditing") || k == QLatin1String("disaudit"))
+        return AuditSelected(k == QLatin1String("auditing")) > 0;
+    else if (k == QLatin1String("stopuse"))
+        return StopSelected() > 0;
+    else if (k == QLatin1String("use"))
+        return EnableSelected() > 0;
+    else if (k == QLatin1String("pcopy") || k == QLatin1String("pdelete"))
+        return colourSize(k == QLatin1String("pcopy") ? QStringLiteral("pCopy")
+                                                      : QStringLiteral("pDelete"));
+    else if (k == QLatin1String("filter"))
+        view_.filter();
+    else if (k == QLatin1String("findset"))
+        view_.filterSettings();
+    else if (k == QLatin1String("colset"))
+        view_.columnSettings();
+    else if (k == QLatin1String("pos"))
+        view_.locate();
+    else if (k == QLatin1String("refresh"))
+        view_.reload();
+    else if (k == QLatin1String("help"))
+        view_.help();
+    else if (k == QLatin1String("exit"))
+        view_.close();
+    return true;
 }
 
 bool BomListCommands::headerExists(const QString& headerId) {
@@ -362,7 +371,7 @@ void BomListCommands::writeDeletionLog(const ListRow& line) {
     }
 }
 
-void BomListCommands::AuditSelected(bool approve) {
+int BomListCommands::AuditSelected(bool approve) {
     QString xml;
     QXmlStreamWriter writer(&xml);
     writer.writeStartElement(QStringLiteral("data"));
@@ -384,13 +393,16 @@ void BomListCommands::AuditSelected(bool approve) {
                       QStringLiteral("记录！"));
     if (count > 0) {
         QString error;
-        if (!session_.gClsCommon->Modify(xml, QStringLiteral("ProductStructure"), error))
+        if (!session_.gClsCommon->Modify(xml, QStringLiteral("ProductStructure"), error)) {
             session_.ShowInfo(error);
+            count = 0;
+        }
     }
     view_.reload();
+    return count;
 }
 
-void BomListCommands::StopSelected() {
+int BomListCommands::StopSelected() {
     db::Database& db = *session_.gConn;
     // Refusals are collected and shown after the commit, so no message box waits inside the
     // transaction; they keep their row order.
@@ -437,9 +449,10 @@ void BomListCommands::StopSelected() {
     session_.prompter.info(QStringLiteral("停用 %1条记录 ！").arg(count),
                            QStringLiteral("消息提示"), 0);
     view_.reload();
+    return count;
 }
 
-void BomListCommands::EnableSelected() {
+int BomListCommands::EnableSelected() {
     db::Database& db = *session_.gConn;
     int count = 0;
     {
@@ -454,6 +467,7 @@ void BomListCommands::EnableSelected() {
     session_.prompter.info(QStringLiteral("启用 %1条记录 ！").arg(count),
                            QStringLiteral("消息提示"), 0);
     view_.reload();
+    return count;
 }
 
 bool BomListCommands::CheckColorSize() {

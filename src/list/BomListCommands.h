@@ -31,12 +31,16 @@ public:
     BomListCommands(entry::Session& session, ListView& view, ListHandover& handover);
 
     // `key` is compared without regard to case: "Add", "Modify", "Delete", "Auditing" …
-    // False when the command was refused or declined (its message has been shown).
+    // False when the command was refused or declined, or changed no row (its message has been
+    // shown); a database failure is shown too.
     bool ExecuteCommand(const QString& key);
+    // The same, but a database failure throws db::DbError instead of being shown.
+    bool RunCommand(const QString& key);
 
-    void AuditSelected(bool approve);
-    void StopSelected();
-    void EnableSelected();
+    // Each answers how many BOMs it changed.
+    int AuditSelected(bool approve);
+    int StopSelected();
+    int EnableSelected();
     bool DeleteCurrent();
     bool CheckColorSize();
     void UpdateDecimalPlaces();

@@ -9,12 +9,13 @@
 
 namespace bom::list {
 
-// One row of the parent or the component list: its 1-based position and its cells by
-// lower-case column name.
+// One row of the parent or the component list: its 1-based position, its cells by
+// lower-case column name, and the names of the list's columns in list order.
 struct ListRow {
     int number = 0;
     bool selected = false; // the selection column ("selcol" = "Y")
     QHash<QString, QVariant> cells;
+    QStringList columns;
 
     QString text(const QString& column) const { return cells.value(column.toLower()).toString(); }
 };

@@ -227,6 +227,7 @@ ListRow PagedQueryModel::listRow(int row) const {
         return out;
     out.number = row + 1;
     out.selected = rows_[row].selected;
+    out.columns = fields_;
     for (int i = 0; i < fields_.size(); ++i)
         out.cells.insert(fields_[i], rows_[row].values.at(i));
     out.cells.insert(QStringLiteral("selcol"), out.selected ? QStringLiteral("Y") : QString());

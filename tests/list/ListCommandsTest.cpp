@@ -1,8 +1,10 @@
 #include "list/BomList.h"
 #include "list/BomListCommands.h"
+#include "suite/ColumnSettings.h"
 #include "suite/PublicService.h"
 #include "support/TestAccount.h"
 
+#include <QRegularExpression>
 #include <QSqlRecord>
 
 using namespace bom;
@@ -106,26 +108,31 @@ protected:
 };
 
 TEST_P(ListCommandsTest, ApproveStopAndEnableCountTheirRows) {
-    EXPECT_TRUE(commands->ExecuteCommand(QStringLiteral("auditing")));
+    // Nothing to approve is nothing done, though the count is still shown.
+    EXPECT_FALSE(commands->ExecuteCommand(QStringLiteral("auditing")));
     EXPECT_EQ(lastText(), QStringLiteral("本次共审核 '0' 条母件记录！"));
 
     view->select(QStringLiteral("BK100")); // already approved: left out
     view->select(QStringLiteral("FR100"));
     view->select(QStringLiteral("GT100"), QStringLiteral("RED"));
-    commands->ExecuteCommand(QStringLiteral("Auditing"));
+    EXPECT_TRUE(commands->ExecuteCommand(QStringLiteral("Auditing")));
     EXPECT_EQ(lastText(), QStringLiteral("本次共审核 '2' 条母件记录！"));
     EXPECT_EQ(count("SELECT count(*) FROM ProductStructure WHERE ccheck='演示操作员'"), 3);
     view->selectAll(true);
-    commands->ExecuteCommand(QStringLiteral("DisAudit"));
+    EXPECT_EQ(commands->AuditSelected(false), 3);
     EXPECT_EQ(lastText(), QStringLiteral("本次共弃审 '3' 条母件记录！"));
     EXPECT_EQ(count("SELECT count(*) FROM ProductStructure WHERE COALESCE(ccheck,'')<>''"), 0);
 
     // Default cost BOMs and BOMs used as components are refused row by row.
+    view->select(QStringLiteral("FR100")); // both default cost BOMs
+    view->select(QStringLiteral("WH100"));
+    EXPECT_FALSE(commands->ExecuteCommand(QStringLiteral("StopUse")));
+    EXPECT_EQ(lastText(), QStringLiteral("停用 0条记录 ！"));
     s->db().exec(QStringLiteral("UPDATE ProductStructure SET bmrcbbom=0 WHERE cpspcode='FK100'"));
     view->reload();
     view->selectAll(true);
     s->prompter.clear();
-    commands->ExecuteCommand(QStringLiteral("StopUse"));
+    EXPECT_EQ(commands->StopSelected(), 2);
     EXPECT_TRUE(
         s->prompter.texts().contains(QStringLiteral("FK100是其他物料清单的子项，不可以停用")));
     const auto& prompts = s->prompter.prompts();
@@ -137,7 +144,7 @@ TEST_P(ListCommandsTest, ApproveStopAndEnableCountTheirRows) {
     EXPECT_TRUE(prompts.front().text.endsWith(QStringLiteral("物料清单是默认成本BOM，不能停用！")));
     EXPECT_EQ(count("SELECT count(*) FROM ProductStructure WHERE bStopFlag=1"), 2);
     view->selectAll(true);
-    commands->ExecuteCommand(QStringLiteral("Use"));
+    EXPECT_EQ(commands->EnableSelected(), 8);
     EXPECT_EQ(lastText(), QStringLiteral("启用 8条记录 ！"));
     EXPECT_EQ(count("SELECT count(*) FROM ProductStructure WHERE bStopFlag=1"), 0);
 }
@@ -177,17 +184,37 @@ TEST_P(ListCommandsTest, DeletesABomOrALineWithTheirChecksAndLog) {
     view->currentLineIndex = 0;
     EXPECT_FALSE(commands->ExecuteCommand(QStringLiteral("Delete")));
     EXPECT_EQ(lastText(), QStringLiteral("一个母件必须有一个子件，不可再删除！"));
+    // The log names the list's columns in the operator's order, not sorted.
+    QString error;
+    ASSERT_TRUE(s->session().gColSet->Save(QStringLiteral("WLQDLBZ"),
+                                           {{"cpscode", "子件编码", true, 110, "", 0},
+                                            {"iId", "子件ID", true, 60, "", 0},
+                                            {"ipsquantity", "基本用量分子", true, 90, "", 0}},
+                                           &error))
+        << error.toStdString();
     view->moveTo(QStringLiteral("WH100"));
+    for (std::size_t i = 0; i < view->lines.size(); ++i)
+        if (view->lines[i].text("cpscode") == QStringLiteral("RM100"))
+            view->currentLineIndex = int(i);
     s->prompter.queueAnswer(suite::Prompter::Answer::Yes);
     EXPECT_TRUE(commands->ExecuteCommand(QStringLiteral("Delete")));
     EXPECT_EQ(s->prompter.prompts().back().text,
               QStringLiteral("确信删除该子件编码为'RM100'的档案？"));
     EXPECT_EQ(view->lines.size(), 2u);
     EXPECT_EQ(count("SELECT count(*) FROM vouchlog WHERE cOperation='D' AND cCardNum='pp30'"), 1);
-    const QString logged =
-        s->db().scalar(QStringLiteral("SELECT cData FROM vouchlogs WHERE iNo=1")).toString();
+    QString logged;
+    const db::Rows pieces =
+        s->db().query(QStringLiteral("SELECT cData FROM vouchlogs ORDER BY iNo"));
+    for (std::size_t i = 0; i < pieces.size(); ++i)
+        logged += pieces.text(i, "cData");
     EXPECT_TRUE(logged.startsWith(QStringLiteral("<Deleted autoid=\""))) << logged.toStdString();
-    EXPECT_TRUE(logged.contains(QStringLiteral("cpscode=\"RM100\"")));
+    EXPECT_TRUE(logged.endsWith(QStringLiteral("\" />")));
+    EXPECT_TRUE(logged.contains(QStringLiteral(" cpscode=\"RM100\" ")));
+    QStringList names;
+    for (const auto& m : QRegularExpression(QStringLiteral("(\\w+)=\"")).globalMatch(logged))
+        names << m.captured(1).toLower();
+    // The setting's columns, then the keys the commands need; the first is the log's own.
+    EXPECT_EQ(names, QStringList({"autoid", "cpscode", "iid", "ipsquantity", "autoid", "ipid"}));
     EXPECT_EQ(
         count(
             "SELECT count(*) FROM ProductStructuresEx WHERE cPSPCode='WH100' AND cPSCode='RM100'"),
