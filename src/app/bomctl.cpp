@@ -2,6 +2,7 @@
 #include "ctl/Commands.h"
 #include "ctl/CtlContext.h"
 #include "db/DbError.h"
+#include "list/BomList.h"
 
 #include <QCoreApplication>
 #include <cstdio>
@@ -20,10 +21,46 @@ std::vector<Command> allCommands() {
 
 void printHelp(const std::vector<Command>& commands) {
     std::puts("bomctl COMMAND [ARGS] [--db URL] [--user ID] [--json] [--yes|--no|--answer a,b,…]");
+    std::puts("The global options may stand before or after the command.");
     std::puts("URL: sqlite:PATH or postgresql://user@host:port/db (or BOM_DB); ID or BOM_USER;");
-    std::puts("password from BOM_PASSWORD. Exit: 0 done, 1 refused, 2 usage, 3 database.\n");
+    std::puts("password from BOM_PASSWORD. Exit: 0 done, 1 refused (also when a command over");
+    std::puts("several BOMs changed none), 2 usage, 3 database.\n");
     for (const Command& c : commands)
         std::printf("  bomctl %s\n", c.usage);
+    std::printf("\nlist prints these columns in this order, whatever the window shows:\n  %s\n",
+                qPrintable(bom::list::BomList::fixedParentColumns().join(',')));
+    std::puts("--columns names other columns of the header view pp_q_bomtreet; --where takes");
+    std::puts("the same names. Rows come by parent code, then free items 1 and 2.");
+}
+
+// Global options that take a value, and those that do not.
+bool takesValue(const QString& word) {
+    return word == QLatin1String("--db") || word == QLatin1String("--user") ||
+           word == QLatin1String("--answer");
+}
+bool isGlobalFlag(const QString& word) {
+    return word == QLatin1String("--json") || word == QLatin1String("--yes") ||
+           word == QLatin1String("--no");
+}
+
+// Moves the global options found before the command behind it, so that "bomctl --db X list"
+// reads as "bomctl list --db X". Stops at the first word that is no global option.
+void moveLeadingOptions(QStringList& words) {
+    QStringList leading;
+    while (!words.isEmpty()) {
+        const QString& word = words.first();
+        const QString name = word.section(QLatin1Char('='), 0, 0);
+        if (takesValue(word) && words.size() >= 2) {
+            leading << words.takeFirst();
+            leading << words.takeFirst();
+        } else if (isGlobalFlag(word) || (word.contains(QLatin1Char('=')) && takesValue(name))) {
+            leading << words.takeFirst();
+        } else {
+            break;
+        }
+    }
+    if (!words.isEmpty()) // with no command, the help is shown
+        words = QStringList{words.first()} + leading + words.mid(1);
 }
 
 } // namespace
@@ -32,6 +69,7 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("bomctl"));
     QStringList words = app.arguments().mid(1);
+    moveLeadingOptions(words);
     const auto commands = allCommands();
     if (words.isEmpty() || words.first() == QLatin1String("help") ||
         words.first() == QLatin1String("--help")) {

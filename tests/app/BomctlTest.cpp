@@ -1,3 +1,4 @@
+#include "suite/ColumnSettings.h"
 #include "support/TestAccount.h"
 
 #include <QJsonArray>
@@ -17,6 +18,21 @@ test::ProcessResult bomctl(const QStringList& args, const QByteArray& input = {}
 QJsonObject lastJson(const QString& out) {
     const QStringList lines = out.trimmed().split('\n');
     return QJsonDocument::fromJson(lines.last().toUtf8()).object();
+}
+
+QString field(const QJsonValue& row, const char* name) {
+    return row.toObject().value(QLatin1String(name)).toString();
+}
+
+// The texts of the messages a --json run printed.
+QStringList messages(const QString& out) {
+    QStringList texts;
+    for (const QString& line : out.trimmed().split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line.toUtf8()).object();
+        if (o.value("type").toString() == QLatin1String("message"))
+            texts << o.value("text").toString();
+    }
+    return texts;
 }
 
 } // namespace
@@ -158,7 +174,7 @@ TEST_P(BomctlTest, ListsShowsAndLooksUpForEachOperator) {
               2);
     const auto badField = as(
         "demo", {QStringLiteral("list"), QStringLiteral("--where"), QStringLiteral("1=1 or x=y")});
-    EXPECT_EQ(badField.status, 1);
+    EXPECT_EQ(badField.status, 2);
 
     const QString id = garments.at(0).toObject().value("iautoid").toString();
     EXPECT_EQ(rows("wang", {QStringLiteral("lines"), id}).size(), 3);
@@ -287,6 +303,124 @@ TEST_P(BomctlTest, ACardIsCreatedShownChangedAndDeletedThroughBomctlAlone) {
     EXPECT_TRUE(stale.err.contains(QStringLiteral("本单据已被其他人更新，请刷新后再试！")));
     EXPECT_EQ(as("demo", {QStringLiteral("card-delete"), id}).status, 0);
     EXPECT_EQ(as("demo", {QStringLiteral("show"), id}).status, 1);
+}
+
+TEST_P(BomctlTest, ScriptsGetFixedColumnsAndExitStatusesWhereverTheOptionsStand) {
+    // Global options before the command, mixed with those after it.
+    const auto before = bomctl({"--db", account->url(), "--json", "list", "--user=demo"});
+    ASSERT_EQ(before.status, 0) << before.err.toStdString();
+    const QJsonArray all = lastJson(before.out).value("rows").toArray();
+    EXPECT_EQ(all.size(), 8);
+    auto idOf = [&](const char* parent, bool orderBom = false) {
+        for (const auto& row : all)
+            if (field(row, "cpspcode") == QLatin1String(parent) &&
+                field(row, "csocode").isEmpty() != orderBom)
+                return field(row, "iautoid");
+        return QString();
+    };
+
+    // The operator's column settings in the window change nothing in what scripts read.
+    suite::ColumnSettings settings;
+    ASSERT_TRUE(settings.Init(account->url(), QStringLiteral("demo")));
+    QString error;
+    ASSERT_TRUE(settings.Save(QStringLiteral("WLQDLBM"),
+                              {{"cinvname", "母件名称", true, 150, "desc", 1},
+                               {"cpspcode", "母件编码", true, 110, "", 0}},
+                              &error));
+    const QString fixed = QStringLiteral(
+        "iautoid,cpspcode,cinvname,cinvstd,csocode,cfree1,cfree2,cfree3,cfree4,cfree5,cfree6,"
+        "cfree7,cfree8,cfree9,cfree10,cdepcode,cdepname,ccheck,bstopflag,bmrcbbom,bexpand,fbzcb,"
+        "cmemo,qzts");
+    const QStringList csv = as("demo", {"list", "--format", "csv"}).out.trimmed().split('\n');
+    ASSERT_EQ(csv.size(), 9);
+    EXPECT_EQ(csv.first(), fixed);
+    EXPECT_TRUE(csv.at(1).startsWith(idOf("BK100") + QStringLiteral(",BK100,")));
+    EXPECT_EQ(lastJson(as("demo", {"list", "--json"}).out)["columns"].toVariant().toStringList(),
+              fixed.split(','));
+    EXPECT_TRUE(as("demo", {"help"}).out.contains(fixed));
+
+    // --columns picks others; --where takes any column of the view, shown or not.
+    const auto picked = as("demo", {"list", "--columns", "cdepname,CPSPCODE", "--where",
+                                    "cdepcode=0102", "--format", "csv"});
+    EXPECT_EQ(picked.out.trimmed().split('\n'),
+              QStringList({"cdepname,cpspcode", "车架车间,FK100", "车架车间,FR100"}));
+    const auto badColumn = as("demo", {"list", "--columns", "cpspcode,colour", "--json"});
+    EXPECT_EQ(badColumn.status, 2);
+    EXPECT_TRUE(messages(badColumn.out).join(' ').contains(QStringLiteral("colour")));
+    EXPECT_TRUE(messages(badColumn.out).join(' ').contains(QStringLiteral("cdefine16")));
+    EXPECT_EQ(as("demo", {"list", "--where", "colour=RED"}).status, 2);
+
+    const auto xml = as("demo", {"show", idOf("FR100"), "--format", "xml", "--json"});
+    EXPECT_EQ(lastJson(xml.out)["xml"].toString().count(QStringLiteral("<rs:data>")), 2);
+
+    // A command over several BOMs is refused when it changed none, done when it changed one.
+    const auto approved = as("demo", {"approve", idOf("BK100"), "--json"});
+    EXPECT_EQ(approved.status, 1);
+    EXPECT_EQ(lastJson(approved.out)["changed"].toInt(), 0);
+    const auto refused = as("demo", {"stop", idOf("FR100"), idOf("WH100"), "--json"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(messages(refused.out).last(), QStringLiteral("停用 0条记录 ！"));
+    const auto oneStopped = as("demo", {"stop", idOf("FR100"), idOf("BK200", true), "--json"});
+    EXPECT_EQ(oneStopped.status, 0) << oneStopped.out.toStdString();
+    EXPECT_EQ(lastJson(oneStopped.out)["changed"].toInt(), 1);
+    const auto stopped = as("demo", {"list", "--where", "bstopflag=是", "--json"});
+    EXPECT_EQ(lastJson(stopped.out)["rows"].toArray().size(), 2); // with the blue shirt
+
+    for (const char* command : {"lines", "show"}) {
+        const auto gone = as("demo", {command, "{nope}", "--json"});
+        EXPECT_EQ(gone.status, 1) << command;
+        EXPECT_EQ(messages(gone.out), QStringList{QStringLiteral("当前选中的母件已被删除！")});
+    }
+}
+
+TEST_P(BomctlTest, BomsHiddenByRightsAnswerExactlyAsUnknownOnes) {
+    // wang's rights show him the shirts only; the order bike would be free to stop or delete.
+    QString hidden;
+    for (const auto& row :
+         lastJson(as("demo", {"list", "--where", "cpspcode=BK200", "--json"}).out)["rows"]
+             .toArray())
+        if (!field(row, "csocode").isEmpty())
+            hidden = field(row, "iautoid");
+    const QJsonArray hiddenLines =
+        lastJson(as("demo", {"lines", hidden, "--json"}).out)["rows"].toArray();
+    ASSERT_GE(hiddenLines.size(), 2);
+    const QString hiddenLine = QString::number(hiddenLines.at(0)["autoid"].toInteger());
+
+    auto snapshot = [&] {
+        return as("demo", {"list", "--format", "csv"}).out +
+               as("demo", {"lines", hidden, "--format", "csv"}).out;
+    };
+    const QString before = snapshot();
+    // All wang is told, with the name he gave replaced, is the same for both.
+    auto told = [&](const char* command, const QString& id) {
+        const auto r = as("wang", {command, id, "--json", "--yes"});
+        return QStringLiteral("%1 %2").arg(r.status).arg(QString(r.out).replace(id, "ID"));
+    };
+    for (const char* command :
+         {"lines", "show", "approve", "unapprove", "stop", "enable", "delete"}) {
+        const QString forHidden = told(command, hidden);
+        EXPECT_EQ(forHidden,
+                  told(command, QStringLiteral("{00000000-0000-0000-0000-0000000000AB}")))
+            << command;
+        EXPECT_TRUE(forHidden.startsWith(QStringLiteral("1 "))) << command;
+        EXPECT_TRUE(forHidden.contains(QStringLiteral("当前选中的母件已被删除！"))) << command;
+    }
+    const QString lineForHidden = told("delete-line", hiddenLine);
+    EXPECT_EQ(lineForHidden, told("delete-line", QStringLiteral("987654")));
+    EXPECT_TRUE(lineForHidden.startsWith(QStringLiteral("1 ")));
+    // One hidden BOM among visible ones stops the whole command.
+    QString blueShirt;
+    for (const auto& row : lastJson(as("wang", {"list", "--json"}).out)["rows"].toArray())
+        if (field(row, "cfree1") == QLatin1String("BLU"))
+            blueShirt = field(row, "iautoid");
+    EXPECT_EQ(as("wang", {"enable", blueShirt, hidden}).status, 1);
+    EXPECT_EQ(snapshot(), before);
+
+    // What wang may see he may change.
+    const auto enabled = as("wang", {"enable", blueShirt, "--json"});
+    EXPECT_EQ(enabled.status, 0) << enabled.out.toStdString();
+    EXPECT_EQ(lastJson(enabled.out)["changed"].toInt(), 1);
+    EXPECT_NE(snapshot(), before);
 }
 
 BOM_INSTANTIATE_BACKENDS(BomctlTest);

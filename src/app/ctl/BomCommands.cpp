@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "CtlContext.h"
 #include "RowPrinter.h"
+#include "bomservice/BomAccess.h"
 #include "bomservice/BomCardLoader.h"
 #include "db/DbError.h"
 #include "entry/ReferenceLookup.h"
@@ -30,7 +31,12 @@ int printQuery(CtlContext& ctx, RowPrinter::Format format, const db::SqlConditio
         ctx.db().stream(
             sql.sql, sql.params, [&](const QStringList& columns) { printer.begin(columns); },
             [&](QVariantList&& values) { printer.row(values); });
-        return ctx.finish(ExitOk, {{"rows", printer.finish()}});
+        const QJsonArray rows = printer.finish();
+        QStringList columns; // named as the rows' fields are
+        for (const QString& column : printer.columns())
+            columns << column.toLower();
+        return ctx.finish(ExitOk,
+                          {{"columns", QJsonArray::fromStringList(columns)}, {"rows", rows}});
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
     }
@@ -38,25 +44,35 @@ int printQuery(CtlContext& ctx, RowPrinter::Format format, const db::SqlConditio
 
 int runList(CtlContext& ctx) {
     const QStringList wheres = ctx.args().options(QStringLiteral("--where"));
+    const auto columnsOption = ctx.args().option(QStringLiteral("--columns"));
     const auto format = formatOption(ctx, "table");
     const auto words = ctx.positional(0, 0);
     if (!format || !words)
         return ExitUsage;
+    for (const QString& where : wheres)
+        if (where.indexOf('=') <= 0)
+            return ctx.usage(QStringLiteral("--where 应为 字段=值：%1").arg(where));
+    if (columnsOption && columnsOption->split(',', Qt::SkipEmptyParts).isEmpty())
+        return ctx.usage(QStringLiteral("--columns 需要字段名：%1").arg(*columnsOption));
     if (const int status = ctx.startSession())
         return status;
     const list::BomList list(ctx.session());
+    QString error;
+    const auto columns =
+        list.viewColumns(columnsOption ? columnsOption->split(',', Qt::SkipEmptyParts)
+                                       : list::BomList::fixedParentColumns(),
+                         &error);
+    if (!columns)
+        return ctx.usage(error);
     db::SqlCondition filter;
     for (const QString& where : wheres) {
         const int eq = where.indexOf('=');
-        if (eq <= 0)
-            return ctx.usage(QStringLiteral("--where 应为 字段=值：%1").arg(where));
-        QString error;
         const auto condition = list.fieldFilter(where.left(eq), where.mid(eq + 1), &error);
         if (!condition)
-            return ctx.fail(ExitRefused, error);
+            return ctx.usage(error);
         filter += db::sqlText(filter.isEmpty() ? QString() : QStringLiteral(" and ")) + *condition;
     }
-    return printQuery(ctx, *format, list.parentQuery(filter));
+    return printQuery(ctx, *format, list.fixedParentQuery(*columns, filter));
 }
 
 int runLines(CtlContext& ctx) {
@@ -66,6 +82,8 @@ int runLines(CtlContext& ctx) {
         return ExitUsage;
     if (const int status = ctx.startSession())
         return status;
+    if (!bomservice::BomAccess(ctx.session()).MayTouch(words->first()))
+        return ctx.bomGone();
     return printQuery(ctx, *format, list::BomList(ctx.session()).componentQuery(words->first()));
 }
 
@@ -80,17 +98,21 @@ int runShow(CtlContext& ctx) {
     if (const int status = ctx.startSession())
         return status;
     try {
+        if (!bomservice::BomAccess(ctx.session()).MayTouch(words->first()))
+            return ctx.bomGone();
         bomservice::BomCardLoader loader(ctx.session());
         const auto card = loader.LoadTemplate(QStringLiteral("PP30"));
         const auto loaded = card ? loader.LoadBom(*card, words->first()) : std::nullopt;
         if (!loaded)
             return ctx.finish(ExitRefused);
+        if (format == QLatin1String("xml")) {
+            const QString xml = loaded->header.toXml() + QLatin1Char('\n') + loaded->lines.toXml();
+            ctx.printLine(xml);
+            return ctx.finish(ExitOk, {{"xml", xml}});
+        }
         if (ctx.json())
             return ctx.finish(ExitOk, {{"card", cardToJson(*loaded)}});
-        if (format == QLatin1String("xml"))
-            ctx.printLine(loaded->header.toXml() + QLatin1Char('\n') + loaded->lines.toXml());
-        else
-            ctx.printLine(QString::fromUtf8(QJsonDocument(cardToJson(*loaded)).toJson()));
+        ctx.printLine(QString::fromUtf8(QJsonDocument(cardToJson(*loaded)).toJson()));
         return ctx.finish(ExitOk);
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
@@ -129,7 +151,8 @@ int runRef(CtlContext& ctx) {
 
 std::vector<Command> bomCommands() {
     return {
-        {"list", "list [--where FIELD=VALUE …] [--format table|csv|json]", runList},
+        {"list", "list [--where FIELD=VALUE …] [--columns A,B,…] [--format table|csv|json]",
+         runList},
         {"lines", "lines IAUTOID [--format table|csv|json]", runLines},
         {"show", "show IAUTOID [--format json|xml]", runShow},
         {"ref", "ref FIELD [TEXT] [--page N] [--format table|csv|json]", runRef},

@@ -2,6 +2,8 @@
 
 #include "db/DbError.h"
 #include "entry/Common.h"
+#include "entry/DisplayTerms.h"
+#include "entry/Session.h"
 
 #include <QJsonDocument>
 #include <QTextStream>
@@ -135,6 +137,12 @@ int CtlContext::startSession() {
         return fail(ExitDatabase, e.message());
     }
     return ExitOk;
+}
+
+int CtlContext::bomGone(const QJsonObject& fields) {
+    session().ShowInfo(QStringLiteral("当前选中的") + entry::DisplayTerms::load(db()).parent +
+                       QStringLiteral("已被删除！"));
+    return finish(ExitRefused, fields);
 }
 
 int CtlContext::usage(const QString& message) {

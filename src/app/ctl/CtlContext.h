@@ -50,6 +50,9 @@ public:
     entry::Session& session() { return headless_->session(); }
     db::Database& db() { return *session().gConn; }
 
+    // A named BOM that is gone, or that the operator's list does not show: the list's
+    // "当前选中的…已被删除！", refused. The two are told apart nowhere.
+    int bomGone(const QJsonObject& fields = {});
     int usage(const QString& message);
     int fail(int status, const QString& message, const QString& title = QStringLiteral("bomctl"));
     // Prints the closing result object in --json mode (with `fields`); nothing otherwise.

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "CtlContext.h"
+#include "bomservice/BomAccess.h"
 #include "db/DbError.h"
 #include "list/BomList.h"
 #include "list/BomListCommands.h"
@@ -42,14 +43,18 @@ std::vector<ListRow> rowsOf(db::Database& db, const db::SqlCondition& sql) {
     return rows;
 }
 
-// The named BOMs among those the operator's list shows; names it cannot see are refused.
+// The named BOMs among those the operator's list shows. A name it cannot see is refused as
+// one that does not exist, and nothing is done.
 bool selectBoms(CtlContext& ctx, const QStringList& ids, NamedSelection& selection) {
+    const bomservice::BomAccess access(ctx.session());
     const list::BomList bomList(ctx.session());
     for (const QString& id : ids) {
         const auto rows =
-            rowsOf(ctx.db(), bomList.parentQuery({QStringLiteral("iautoid = ?"), {id}}));
+            access.MayTouch(id)
+                ? rowsOf(ctx.db(), bomList.parentQuery({QStringLiteral("iautoid = ?"), {id}}))
+                : std::vector<ListRow>();
         if (rows.empty()) {
-            ctx.fail(ExitRefused, QStringLiteral("没有找到物料清单 %1，或无权查看").arg(id));
+            ctx.bomGone({{"iautoid", id}});
             return false;
         }
         ListRow row = rows.front();
@@ -59,9 +64,9 @@ bool selectBoms(CtlContext& ctx, const QStringList& ids, NamedSelection& selecti
     return true;
 }
 
-// One list command over the BOMs named as arguments.
-int runOnSelection(CtlContext& ctx, const QString& key, int minIds, int maxIds) {
-    const auto words = ctx.positional(minIds, maxIds);
+// A command over the BOMs named as arguments; refused when it changed none of them.
+int runOnSelection(CtlContext& ctx, int (*run)(list::BomListCommands&)) {
+    const auto words = ctx.positional(0, -1);
     if (!words)
         return ExitUsage;
     if (const int status = ctx.startSession())
@@ -70,23 +75,34 @@ int runOnSelection(CtlContext& ctx, const QString& key, int minIds, int maxIds) 
     if (!selectBoms(ctx, *words, selection))
         return ExitRefused;
     list::BomListCommands commands(ctx.session(), selection, selection);
-    return ctx.finish(commands.ExecuteCommand(key) ? ExitOk : ExitRefused);
+    const int changed = run(commands);
+    return ctx.finish(changed > 0 ? ExitOk : ExitRefused, {{"changed", changed}});
 }
 
 int runApprove(CtlContext& ctx) {
-    return runOnSelection(ctx, QStringLiteral("Auditing"), 0, -1);
+    return runOnSelection(ctx, [](list::BomListCommands& c) { return c.AuditSelected(true); });
 }
 int runUnapprove(CtlContext& ctx) {
-    return runOnSelection(ctx, QStringLiteral("DisAudit"), 0, -1);
+    return runOnSelection(ctx, [](list::BomListCommands& c) { return c.AuditSelected(false); });
 }
 int runStop(CtlContext& ctx) {
-    return runOnSelection(ctx, QStringLiteral("StopUse"), 0, -1);
+    return runOnSelection(ctx, [](list::BomListCommands& c) { return c.StopSelected(); });
 }
 int runEnable(CtlContext& ctx) {
-    return runOnSelection(ctx, QStringLiteral("Use"), 0, -1);
+    return runOnSelection(ctx, [](list::BomListCommands& c) { return c.EnableSelected(); });
 }
+
 int runDelete(CtlContext& ctx) {
-    return runOnSelection(ctx, QStringLiteral("Delete"), 1, 1);
+    const auto words = ctx.positional(1, 1);
+    if (!words)
+        return ExitUsage;
+    if (const int status = ctx.startSession())
+        return status;
+    NamedSelection selection;
+    if (!selectBoms(ctx, *words, selection))
+        return ExitRefused;
+    list::BomListCommands commands(ctx.session(), selection, selection);
+    return ctx.finish(commands.RunCommand(QStringLiteral("Delete")) ? ExitOk : ExitRefused);
 }
 
 int runDeleteLine(CtlContext& ctx) {
@@ -95,27 +111,27 @@ int runDeleteLine(CtlContext& ctx) {
         return ExitUsage;
     if (const int status = ctx.startSession())
         return status;
-    const QString headerId =
-        ctx.db()
-            .scalar(QStringLiteral("select ipid from ProductStructures where autoid=?"),
-                    {words->first()})
-            .toString();
+    const QString& autoid = words->first();
+    // A line of a BOM the operator cannot see is as unknown as a line that is not there.
+    auto noLine = [&] {
+        return ctx.fail(ExitRefused, QStringLiteral("没有找到子件行 %1").arg(autoid));
+    };
+    const QString headerId = bomservice::BomAccess(ctx.session()).HeaderOfLine(autoid);
+    if (headerId.isEmpty())
+        return noLine();
     NamedSelection selection;
-    if (headerId.isEmpty()) {
-        return ctx.fail(ExitRefused, QStringLiteral("没有找到子件行 %1").arg(words->first()));
-    }
     if (!selectBoms(ctx, {headerId}, selection))
         return ExitRefused;
     const list::BomList bomList(ctx.session());
     const auto lines = rowsOf(ctx.db(), bomList.componentQuery(headerId));
     for (const ListRow& line : lines)
-        if (line.text(QStringLiteral("autoid")) == words->first())
+        if (line.text(QStringLiteral("autoid")) == autoid.trimmed())
             selection.line = line;
     selection.linesOfBom = int(lines.size());
     if (!selection.line)
-        return ctx.fail(ExitRefused, QStringLiteral("没有找到子件行 %1").arg(words->first()));
+        return noLine();
     list::BomListCommands commands(ctx.session(), selection, selection);
-    return ctx.finish(commands.ExecuteCommand(QStringLiteral("Delete")) ? ExitOk : ExitRefused);
+    return ctx.finish(commands.RunCommand(QStringLiteral("Delete")) ? ExitOk : ExitRefused);
 }
 
 } // namespace

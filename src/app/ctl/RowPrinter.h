@@ -21,6 +21,7 @@ public:
     void begin(const QStringList& columns);
     void row(const QVariantList& values);
     QJsonArray finish(); // the rows kept for --json mode
+    const QStringList& columns() const { return columns_; }
 
 private:
     void write(const QString& text);
