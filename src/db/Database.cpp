@@ -125,7 +125,12 @@ void Database::run(QSqlQuery& query, const Params& params) {
     for (int i = 0; i < params.size(); ++i) {
         // NULL is an invalid QVariant; a text that happens to be a null QString is empty text.
         const QVariant& value = params[i];
-        const bool nullText = value.typeId() == QMetaType::QString && value.toString().isNull();
+        const bool isText = value.typeId() == QMetaType::QString;
+        // PostgreSQL's driver would cut the text at a NUL and fail on a broken statement.
+        if (isText && value.toString().contains(QChar(0)))
+            throw DbError(QStringLiteral("输入的文字含有非法字符（NUL），未执行。"),
+                          query.lastQuery());
+        const bool nullText = isText && value.toString().isNull();
         query.bindValue(i, nullText ? QVariant(QStringLiteral("")) : value);
     }
     if (!query.exec())

@@ -69,6 +69,10 @@ MatchCondition PublicService::CreateMatchStr(const QString&, const QString& colu
     const QString typed = text.trimmed();
     if (typed.isEmpty())
         return {QStringLiteral("(1=1)"), {}};
+    // Cells are compared as at most 200 characters: a longer text is in none of them, and a
+    // pattern that long would exceed what SQLite's LIKE accepts.
+    if (typed.size() > kMatchLength)
+        return {QStringLiteral("(1=2)"), {}};
     QStringList parts;
     db::Params params;
     QString pattern = typed;
@@ -78,8 +82,9 @@ MatchCondition PublicService::CreateMatchStr(const QString&, const QString& colu
         const QString name = column.trimmed();
         if (!db::isPlainIdentifier(name))
             continue;
-        parts << QStringLiteral("lower(CAST(%1 AS VARCHAR(200))) LIKE lower(?) ESCAPE '\\'")
-                     .arg(name);
+        parts << QStringLiteral("lower(CAST(%1 AS VARCHAR(%2))) LIKE lower(?) ESCAPE '\\'")
+                     .arg(name)
+                     .arg(kMatchLength);
         params << QStringLiteral("%") + pattern + QStringLiteral("%");
     }
     if (parts.isEmpty())

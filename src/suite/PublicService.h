@@ -29,6 +29,7 @@ public:
     // The function's text for the operator, or empty when the operator has no right to it.
     void Find(Login& login, const QString& caption, const void* caller, QString& funcText);
     // A condition that matches `text` in any of `columns` ("a,b,c"), or "(1=1)".
+    static constexpr int kMatchLength = 200;
     static MatchCondition CreateMatchStr(const QString& table, const QString& columns,
                                          const QString& text);
     // Claims the record for deletion so two sessions never delete it at once.

@@ -1,3 +1,4 @@
+#include "db/DbError.h"
 #include "entry/Common.h"
 #include "entry/ReferenceLookup.h"
 #include "entry/RowAuthFilter.h"
@@ -121,6 +122,17 @@ TEST_P(AuthFilterTest, ReferencesFollowRightsTypedTextAndItemRules) {
         lookup.ShowRef(QStringLiteral("cPersonName"), QString())->classes(wang.db()).empty());
     EXPECT_TRUE(codes("nothing", "").isEmpty());
     EXPECT_EQ(wang.prompter.texts().last(), QStringLiteral("没有设定参照！"));
+    // Typed text is never a pattern, however long or odd; a NUL is refused with a clear text.
+    EXPECT_TRUE(codes("cInvCode", "%").isEmpty());
+    EXPECT_TRUE(codes("cInvCode", QString(60000, QLatin1Char('%')).toUtf8().constData()).isEmpty());
+    try {
+        codes("cInvCode", "GT\0");
+        lookup.ShowRef(QStringLiteral("cInvCode"), QStringLiteral("GT") + QChar(0))
+            ->page(wang.db(), 0, 10);
+        ADD_FAILURE() << "a NUL reached the database";
+    } catch (const db::DbError& e) {
+        EXPECT_TRUE(e.message().contains(QStringLiteral("NUL")));
+    }
 
     test::TestSession demo(account->url(), QStringLiteral("demo"));
     entry::ReferenceLookup all(demo.session());
