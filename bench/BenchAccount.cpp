@@ -4,6 +4,7 @@
 #include "suite/Account.h"
 
 #include <QElapsedTimer>
+#include <QStringList>
 #include <algorithm>
 #include <cstdio>
 
@@ -44,6 +45,39 @@ double percentile(const std::vector<double>& sorted, double p) {
     const auto index =
         std::size_t(std::min<double>(sorted.size() - 1, p * (sorted.size() - 1) + 0.5));
     return sorted[index];
+}
+
+void printRow(const QString& figure, const std::vector<double>& ours,
+              const std::vector<double>& baseline, const std::vector<double>& floor) {
+    auto sorted = [](std::vector<double> v) {
+        std::sort(v.begin(), v.end());
+        return v;
+    };
+    const std::vector<double> o = sorted(ours), b = sorted(baseline), f = sorted(floor);
+    auto ms = [](const std::vector<double>& v, double p) {
+        return v.empty() ? QStringLiteral("-") : QString::number(percentile(v, p), 'f', 2);
+    };
+    // Both ratios use our p95, the wait a planner meets at worst most of the time: how many
+    // times faster than the baseline's p50, and how many times the floor's p50.
+    auto ratio = [](double numerator, double denominator) {
+        return denominator <= 0
+                   ? QStringLiteral("-")
+                   : QString::number(numerator / denominator, 'f', 2) + QStringLiteral("x");
+    };
+    const double ourP95 = o.empty() ? 0 : percentile(o, 0.95);
+    const QString faster = b.empty() ? QStringLiteral("-") : ratio(percentile(b, 0.5), ourP95);
+    const QString ofFloor = f.empty() ? QStringLiteral("-") : ratio(ourP95, percentile(f, 0.5));
+    const QString line = QStringList{QStringLiteral("ROW"),
+                                     figure,
+                                     ms(o, 0.5),
+                                     ms(o, 0.95),
+                                     ms(b, 0.5),
+                                     faster,
+                                     ms(f, 0.5),
+                                     ofFloor}
+                             .join(QLatin1Char('\t'));
+    std::printf("%s\n", line.toUtf8().constData());
+    std::fflush(stdout);
 }
 
 } // namespace bom::bench

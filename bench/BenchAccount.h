@@ -18,4 +18,11 @@ std::unique_ptr<db::Database> openGeneratedAccount(const QString& url, int boms)
 std::vector<double> measure(int runs, const std::function<void()>& work);
 double percentile(const std::vector<double>& sorted, double p);
 
+// One line of the table bench/run-all.sh gathers: the figure's p50/p95 over `ours`, beside the
+// p50 of a baseline (the straightforward way) and of a floor (the raw work through the same
+// driver), each measured in the same run; an empty sample set prints "-". Printed as
+// "ROW\t<figure>\t<p50>\t<p95>\t<baseline p50>\t<baseline/our p95>\t<floor p50>\t<our p95/floor>".
+void printRow(const QString& figure, const std::vector<double>& ours,
+              const std::vector<double>& baseline = {}, const std::vector<double>& floor = {});
+
 } // namespace bom::bench
