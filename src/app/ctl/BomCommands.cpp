@@ -24,21 +24,16 @@ std::optional<RowPrinter::Format> formatOption(CtlContext& ctx, const char* fall
     return format;
 }
 
-// Streams a query's rows through the printer; the result carries them in --json mode.
+// Streams a query's rows through the printer, in --json mode into the result itself.
 int printQuery(CtlContext& ctx, RowPrinter::Format format, const db::SqlCondition& sql) {
+    RowPrinter printer(ctx, format);
     try {
-        RowPrinter printer(ctx, format);
         ctx.db().stream(
             sql.sql, sql.params, [&](const QStringList& columns) { printer.begin(columns); },
             [&](QVariantList&& values) { printer.row(values); });
-        const QJsonArray rows = printer.finish();
-        QStringList columns; // named as the rows' fields are
-        for (const QString& column : printer.columns())
-            columns << column.toLower();
-        return ctx.finish(ExitOk,
-                          {{"columns", QJsonArray::fromStringList(columns)}, {"rows", rows}});
+        return printer.end(ExitOk);
     } catch (const db::DbError& e) {
-        return ctx.fail(ExitDatabase, e.message());
+        return printer.fail(e.message());
     }
 }
 
@@ -137,11 +132,11 @@ int runRef(CtlContext& ctx) {
         if (!query)
             return ctx.finish(ExitRefused);
         const db::Rows rows = query->page(ctx.db(), pageNumber - 1, 50);
-        RowPrinter printer(ctx, *format);
+        RowPrinter printer(ctx, *format, {{"page", pageNumber}});
         printer.begin(rows.columns());
         for (std::size_t i = 0; i < rows.size(); ++i)
             printer.row(rows.at(i));
-        return ctx.finish(ExitOk, {{"rows", printer.finish()}, {"page", pageNumber}});
+        return printer.end(ExitOk);
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
     }

@@ -5,6 +5,7 @@
 #include "entry/DisplayTerms.h"
 #include "entry/Session.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTextStream>
 #include <cstdio>
@@ -13,10 +14,16 @@
 namespace bom::app {
 namespace {
 
+void writeBytes(const QByteArray& bytes) {
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+QByteArray compact(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
 void writeJson(const QJsonObject& object) {
-    const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact);
-    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
-    std::fputc('\n', stdout);
+    writeBytes(compact(object) + '\n');
     std::fflush(stdout);
 }
 
@@ -172,6 +179,33 @@ void CtlContext::printLine(const QString& text) {
     const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
     std::fputc('\n', stdout);
+}
+
+void CtlContext::beginStreamedResult(const QJsonObject& fields, const QString& arrayName) {
+    QByteArray head = compact(fields);
+    head.chop(1); // the closing brace comes with finishStreamedResult
+    if (!fields.isEmpty())
+        head += ',';
+    const QByteArray name = QJsonDocument(QJsonArray{arrayName}).toJson(QJsonDocument::Compact);
+    writeBytes(head + name.mid(1).chopped(1) + ":[");
+    streamedItems_ = 0;
+}
+
+void CtlContext::streamResultItem(const QJsonObject& item) {
+    writeBytes((streamedItems_++ ? QByteArray(",") : QByteArray()) + compact(item));
+    // The first page reaches a reader at once, later ones in larger blocks.
+    if (streamedItems_ == 50 || streamedItems_ % 1000 == 0)
+        std::fflush(stdout);
+}
+
+int CtlContext::finishStreamedResult(int status, const QString& error) {
+    QJsonObject tail{{"type", "result"}, {"ok", status == ExitOk}, {"status", status}};
+    if (!error.isEmpty())
+        tail.insert("error", error);
+    writeBytes("]," + compact(tail).mid(1) + '\n');
+    std::fflush(stdout);
+    streamedItems_ = -1;
+    return status;
 }
 
 } // namespace bom::app

@@ -59,6 +59,14 @@ public:
     int finish(int status, const QJsonObject& fields = {});
     void printLine(const QString& text); // a line of command output (stdout, text mode)
 
+    // A --json result too long to hold: written on its one line as its items arrive, so memory
+    // stays flat however many rows a list has. A failure met on the way goes into it as
+    // "error" (no other line may break into it).
+    void beginStreamedResult(const QJsonObject& fields, const QString& arrayName);
+    void streamResultItem(const QJsonObject& item);
+    int finishStreamedResult(int status, const QString& error = {});
+    bool streamingResult() const { return streamedItems_ >= 0; }
+
     // The positional words after the global options, or a usage error already reported.
     std::optional<QStringList> positional(int min, int max);
 
@@ -71,6 +79,7 @@ private:
     std::optional<QString> userOption_;
     std::unique_ptr<ConsolePrompter> prompter_;
     std::unique_ptr<entry::HeadlessSession> headless_;
+    int streamedItems_ = -1; // -1: no streamed result open
 };
 
 } // namespace bom::app

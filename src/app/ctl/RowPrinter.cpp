@@ -63,8 +63,15 @@ void RowPrinter::write(const QString& text) {
 
 void RowPrinter::begin(const QStringList& columns) {
     columns_ = columns;
-    if (ctx_.json())
+    if (ctx_.json()) {
+        QStringList names; // named as the rows' fields are
+        for (const QString& column : columns)
+            names << column.toLower();
+        QJsonObject fields = resultFields_;
+        fields.insert("columns", QJsonArray::fromStringList(names));
+        ctx_.beginStreamedResult(fields, QStringLiteral("rows"));
         return;
+    }
     if (format_ == Format::Table)
         write(columns.join('\t') + '\n');
     else if (format_ == Format::Csv)
@@ -75,7 +82,7 @@ void RowPrinter::begin(const QStringList& columns) {
 
 void RowPrinter::row(const QVariantList& values) {
     if (ctx_.json()) {
-        kept_.append(toObject(columns_, values));
+        ctx_.streamResultItem(toObject(columns_, values));
         return;
     }
     QStringList fields;
@@ -101,11 +108,20 @@ void RowPrinter::row(const QVariantList& values) {
         std::fflush(stdout);
 }
 
-QJsonArray RowPrinter::finish() {
+int RowPrinter::end(int status) {
+    if (ctx_.streamingResult())
+        return ctx_.finishStreamedResult(status);
     if (!ctx_.json() && format_ == Format::Json)
         write(QStringLiteral("\n]\n"));
     std::fflush(stdout);
-    return kept_;
+    return ctx_.finish(status, resultFields_);
+}
+
+int RowPrinter::fail(const QString& message) {
+    if (ctx_.streamingResult())
+        return ctx_.finishStreamedResult(ExitDatabase, message);
+    std::fflush(stdout);
+    return ctx_.fail(ExitDatabase, message);
 }
 
 } // namespace bom::app
