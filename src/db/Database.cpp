@@ -100,11 +100,13 @@ Database::Database(DbUrl url, std::unique_ptr<Dialect> dialect, QSqlDatabase han
       connectionName_(handle_.connectionName()) {}
 
 Database::~Database() {
-    if (handle_.isOpen()) {
-        if (depth_ > 0)
-            QSqlQuery(handle_).exec(QStringLiteral("ROLLBACK"));
+    if (handle_.isOpen() && depth_ > 0)
+        QSqlQuery(handle_).exec(QStringLiteral("ROLLBACK"));
+    // Kept statements are freed while their connection is still there.
+    statements_.clear();
+    retired_.clear();
+    if (handle_.isOpen())
         handle_.close();
-    }
     handle_ = QSqlDatabase();
     QSqlDatabase::removeDatabase(connectionName_);
 }
@@ -137,17 +139,95 @@ void Database::run(QSqlQuery& query, const Params& params) {
         throw DbError(errorText(query.lastError()), query.lastQuery());
 }
 
-QSqlQuery Database::execute(const QString& sql, const Params& params) {
+Database::Run::Run(Database& db, Statement* cached, QSqlQuery own)
+    : db_(db), cached_(cached), own_(std::move(own)) {
+    if (cached_)
+        cached_->busy = true;
+}
+
+Database::Run::~Run() {
+    query().finish();
+    if (cached_)
+        cached_->busy = false;
+}
+
+Database::Statement* Database::cachedStatement(const QString& sql) {
+    const auto found = statements_.find(sql);
+    if (found != statements_.end()) {
+        if (found->second->busy)
+            return nullptr;
+        found->second->lastUse = ++uses_;
+        return found->second.get();
+    }
+    if (int(statements_.size()) >= kMaxStatements)
+        evictOldest();
+    auto statement = std::make_unique<Statement>();
+    statement->query = prepare(sql);
+    statement->lastUse = ++uses_;
+    return statements_.emplace(sql, std::move(statement)).first->second.get();
+}
+
+void Database::forget(const QString& sql) {
+    const auto found = statements_.find(sql);
+    if (found == statements_.end() || found->second->busy)
+        return;
+    retired_.push_back(std::move(found->second));
+    statements_.erase(found);
+    if (depth_ == 0)
+        releaseRetired();
+}
+
+void Database::evictOldest() {
+    auto oldest = statements_.end();
+    for (auto it = statements_.begin(); it != statements_.end(); ++it)
+        if (!it->second->busy &&
+            (oldest == statements_.end() || it->second->lastUse < oldest->second->lastUse))
+            oldest = it;
+    if (oldest != statements_.end())
+        forget(oldest->first);
+}
+
+void Database::releaseRetired() {
+    retired_.clear();
+}
+
+std::unique_ptr<Database::Run> Database::execute(const QString& sql, const Params& params) {
+    if (depth_ == 0 && !retired_.empty())
+        releaseRetired();
     if (params.isEmpty()) {
+        // One round trip already; schema changes also retire what was prepared against the
+        // old tables (PostgreSQL refuses a kept SELECT * whose columns changed).
         QSqlQuery query(handle_);
         query.setForwardOnly(true);
         if (!query.exec(sql))
             throw DbError(errorText(query.lastError()), sql);
-        return query;
+        static const QRegularExpression ddl(QStringLiteral("^\\s*(CREATE|ALTER|DROP)\\b"),
+                                            QRegularExpression::CaseInsensitiveOption);
+        if (ddl.match(sql).hasMatch()) {
+            QStringList kept;
+            for (const auto& [text, statement] : statements_)
+                kept << text;
+            for (const QString& text : kept)
+                forget(text);
+        }
+        return std::make_unique<Run>(*this, nullptr, std::move(query));
     }
-    QSqlQuery query = prepare(sql);
-    run(query, params);
-    return query;
+    Statement* statement = cachedStatement(sql);
+    if (!statement) { // the same SQL is being read further up the stack
+        QSqlQuery query = prepare(sql);
+        run(query, params);
+        return std::make_unique<Run>(*this, nullptr, std::move(query));
+    }
+    auto reused = std::make_unique<Run>(*this, statement, QSqlQuery());
+    try {
+        run(statement->query, params);
+    } catch (const DbError&) {
+        // Prepared again next time, in case the failure was the statement's own.
+        reused.reset();
+        forget(sql);
+        throw;
+    }
+    return reused;
 }
 
 Rows Database::query(const QString& sql, const Params& params) {
@@ -161,7 +241,8 @@ Rows Database::query(const QString& sql, const Params& params) {
 void Database::stream(const QString& sql, const Params& params,
                       const std::function<void(const QStringList&)>& onColumns,
                       const std::function<void(QVariantList&&)>& onRow) {
-    QSqlQuery q = execute(sql, params);
+    const auto running = execute(sql, params);
+    QSqlQuery& q = running->query();
     const QSqlRecord record = q.record();
     QStringList columns;
     for (int i = 0; i < record.count(); ++i)
@@ -179,16 +260,18 @@ void Database::stream(const QString& sql, const Params& params,
 }
 
 QVariant Database::scalar(const QString& sql, const Params& params) {
-    QSqlQuery q = execute(sql, params);
+    const auto running = execute(sql, params);
+    QSqlQuery& q = running->query();
     return q.next() ? q.value(0) : QVariant();
 }
 
 int Database::exec(const QString& sql, const Params& params) {
-    return execute(sql, params).numRowsAffected();
+    return execute(sql, params)->query().numRowsAffected();
 }
 
 QVariant Database::insertReturning(const QString& sql, const Params& params) {
-    QSqlQuery q = execute(sql, params);
+    const auto running = execute(sql, params);
+    QSqlQuery& q = running->query();
     if (!q.next())
         throw DbError(QStringLiteral("写入后未返回主键"), sql);
     return q.value(0);
@@ -210,7 +293,9 @@ QSqlRecord Database::recordOf(const QString& relation) {
     if (!isPlainIdentifier(relation) || !relationExists(relation))
         return {};
     // The name is spliced only after the schema confirmed it names a relation.
-    return execute(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation), {}).record();
+    return execute(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation), {})
+        ->query()
+        .record();
 }
 
 QHash<QString, int> Database::textLimits(const QString& table) {
@@ -247,10 +332,12 @@ void Database::rollback() {
     if (depth_ == 0)
         return;
     --depth_;
-    if (depth_ == 0)
+    if (depth_ == 0) {
         exec(QStringLiteral("ROLLBACK"));
-    else
+        releaseRetired();
+    } else {
         exec(QStringLiteral("ROLLBACK TO SAVEPOINT sp%1").arg(depth_));
+    }
 }
 
 } // namespace bom::db

@@ -11,6 +11,8 @@
 #include <QVariantList>
 #include <functional>
 #include <memory>
+#include <unordered_map>
+#include <vector>
 
 namespace bom::db {
 
@@ -18,7 +20,9 @@ using Params = QVariantList;
 
 // One connection to an account database. Every value reaches SQL as a bound parameter ('?'
 // placeholders); QVariant() binds NULL, any QString (even a null one) binds text. Failures
-// throw DbError with the driver's text.
+// throw DbError with the driver's text. Statements with parameters are prepared once per
+// connection and reused by their SQL text: on PostgreSQL a fresh statement costs three round
+// trips (prepare, execute, deallocate), a reused one a single execute.
 class Database {
 public:
     enum class OpenMode { ExistingOnly, CreateIfMissing };
@@ -45,7 +49,8 @@ public:
     // Runs a statement whose SQL ends in RETURNING <column> and answers that value.
     QVariant insertReturning(const QString& sql, const Params& params = {});
 
-    // A prepared statement for repeated execution (bulk writes, paged reads).
+    // A prepared statement of the caller's own, outside the reuse above (bulk writes, paged
+    // reads, and whatever must cost what a fresh statement costs).
     QSqlQuery prepare(const QString& sql);
     void run(QSqlQuery& query, const Params& params);
 
@@ -64,15 +69,52 @@ public:
     void rollback();
     int transactionDepth() const { return depth_; }
 
+    // Statements kept for reuse right now (at most kMaxStatements).
+    int cachedStatements() const { return int(statements_.size()); }
+    static constexpr int kMaxStatements = 128;
+
 private:
+    struct Statement {
+        QSqlQuery query;
+        bool busy = false; // checked out: a nested call with the same SQL gets its own
+        quint64 lastUse = 0;
+    };
+    // One run of a statement: a reused one checked out of the cache or one of its own.
+    // Finishing it on release lets SQLite drop its read snapshot at once.
+    class Run {
+    public:
+        Run(Database& db, Statement* cached, QSqlQuery own);
+        ~Run();
+        Run(const Run&) = delete;
+        Run& operator=(const Run&) = delete;
+        QSqlQuery& query() { return cached_ ? cached_->query : own_; }
+
+    private:
+        Database& db_;
+        Statement* cached_;
+        QSqlQuery own_;
+    };
+
     Database(DbUrl url, std::unique_ptr<Dialect> dialect, QSqlDatabase handle);
-    QSqlQuery execute(const QString& sql, const Params& params);
+    std::unique_ptr<Run> execute(const QString& sql, const Params& params);
+    Statement* cachedStatement(const QString& sql);
+    void forget(const QString& sql);
+    void evictOldest();
+    void releaseRetired();
 
     DbUrl url_;
     std::unique_ptr<Dialect> dialect_;
     QSqlDatabase handle_;
     QString connectionName_;
     int depth_ = 0;
+    struct TextHash {
+        std::size_t operator()(const QString& text) const { return qHash(text); }
+    };
+    std::unordered_map<QString, std::unique_ptr<Statement>, TextHash> statements_;
+    // Statements dropped inside a transaction: PostgreSQL refuses to deallocate in a failed
+    // one, so they go when the transaction has ended.
+    std::vector<std::unique_ptr<Statement>> retired_;
+    quint64 uses_ = 0;
 };
 
 } // namespace bom::db
