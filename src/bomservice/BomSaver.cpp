@@ -8,6 +8,7 @@
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomIdentity.h"
+#include "entry/BomVisibility.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
@@ -163,6 +164,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
                            "productstructures where ipid=? and replaceflag=0)"),
             {headerId});
+    entry::BomVisibility(db).RefreshBoms({headerId});
     db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
                            "cname='bStruChange'"));
     card.header.setValue(0, QStringLiteral("qzts"),
@@ -174,17 +176,27 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
 
 void BomSaver::deleteLines(const BomCard& card, const QString& headerId) {
     db::Database& db = *session_.gConn;
+    db::Params ids;
     for (int row : card.lines.deletedRows()) {
         const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
-        if (autoid.isNull())
-            continue; // added and removed again before any save
-        // Only a line of this BOM: a card never reaches into another one.
-        const qlonglong id = autoid.toLongLong();
+        if (!autoid.isNull()) // else added and removed again before any save
+            ids << autoid.toLongLong();
+    }
+    // Only lines of this BOM: a card never reaches into another one.
+    constexpr int kChunk = 500;
+    for (qsizetype start = 0; start < ids.size(); start += kChunk) {
+        const db::Params chunk = ids.mid(start, kChunk);
+        QStringList marks;
+        for (qsizetype i = 0; i < chunk.size(); ++i)
+            marks << QStringLiteral("?");
+        const QString in = marks.join(',');
         db.exec(QStringLiteral("Delete from ProstruOpt where autoid in (select autoid from "
-                               "ProductStructures where autoid=? and ipid=?)"),
-                {id, headerId});
-        db.exec(QStringLiteral("Delete from ProductStructures where autoid=? and ipid=?"),
-                {id, headerId});
+                               "ProductStructures where autoid in (%1) and ipid=?)")
+                    .arg(in),
+                chunk + db::Params{headerId});
+        db.exec(
+            QStringLiteral("Delete from ProductStructures where autoid in (%1) and ipid=?").arg(in),
+            chunk + db::Params{headerId});
     }
 }
 
@@ -226,28 +238,31 @@ void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {
 }
 
 void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {
+    if (card.lines.rowCount() == 0)
+        return;
     const QString parent = card.header.text(0, QStringLiteral("cpspcode"));
-    for (int row : card.lines.allRows()) {
-        card.lines.setValue(row, QStringLiteral("ipid"), headerId);
-        card.lines.setValue(row, QStringLiteral("cpspcode"), parent);
+    const int ipid = card.lines.addColumn(RowSetColumn{QStringLiteral("ipid")});
+    const int parentCell = card.lines.addColumn(RowSetColumn{QStringLiteral("cpspcode")});
+    for (int row = 0; row < card.lines.rowCount(); ++row) {
+        card.lines.setCell(row, ipid, headerId);
+        card.lines.setCell(row, parentCell, parent);
     }
 }
 
 bool BomSaver::writeLines(BomCard& card, RowWriter& writer) {
     db::Database& db = *session_.gConn;
-    for (int row : card.lines.addedOrModifiedRows()) {
-        const bool added = card.lines.editprop(row) == QLatin1String("A");
-        RowWriter::Outcome outcome;
-        const QVariant autoid =
-            writer.WriteRow(QStringLiteral("ProductStructures"), card.lines, row, added ? 0 : 1,
-                            true, card.lines.value(row, QStringLiteral("autoid")), &outcome);
-        if (outcome == RowWriter::Outcome::NoRowUpdated)
-            return false;
-        card.lines.setValue(row, QStringLiteral("autoid"), autoid);
+    const std::vector<int> rows = card.lines.addedOrModifiedRows();
+    if (!writer.WriteLines(QStringLiteral("ProductStructures"), card.lines, rows,
+                           card.header.value(0, QStringLiteral("ID"))))
+        return false;
+    const int autoidCell = card.lines.columnIndex(QStringLiteral("autoid"));
+    const int flag = card.lines.columnIndex(QStringLiteral("replaceflag"));
+    for (int row : rows) {
         // A copied line brings the substitutes of the line it was copied from.
+        const QVariant autoid = card.lines.cell(row, autoidCell);
         const QVariant source = card.lines.oldautoid(row);
         if (!source.toString().isEmpty() && source.toLongLong() != autoid.toLongLong() &&
-            card.lines.text(row, QStringLiteral("replaceflag")) == QStringLiteral("是")) {
+            card.lines.cell(row, flag).toString() == QStringLiteral("是")) {
             db.exec(QStringLiteral("delete from ProstruOpt where autoid=?"), {autoid});
             db.exec(
                 QStringLiteral(

@@ -672,30 +672,30 @@ std::vector<int> RowSet::allRows() const {
     return rows;
 }
 
+namespace {
+
+// Rows whose trimmed editprop passes `keep`, in order; one look-up of the column for all.
+template <typename Keep> std::vector<int> rowsWhere(const RowSet& rows, Keep keep) {
+    std::vector<int> out;
+    const int prop = rows.columnIndex(QStringLiteral("editprop"));
+    for (int r = 0; r < rows.rowCount(); ++r)
+        if (keep(rows.cell(r, prop).toString().trimmed()))
+            out.push_back(r);
+    return out;
+}
+
+} // namespace
+
 std::vector<int> RowSet::deletedRows() const {
-    std::vector<int> rows;
-    for (int r = 0; r < rowCount(); ++r)
-        if (editprop(r).trimmed() == u"D")
-            rows.push_back(r);
-    return rows;
+    return rowsWhere(*this, [](const QString& prop) { return prop == u"D"; });
 }
 
 std::vector<int> RowSet::addedOrModifiedRows() const {
-    std::vector<int> rows;
-    for (int r = 0; r < rowCount(); ++r) {
-        const QString prop = editprop(r).trimmed();
-        if (prop == u"A" || prop == u"M")
-            rows.push_back(r);
-    }
-    return rows;
+    return rowsWhere(*this, [](const QString& prop) { return prop == u"A" || prop == u"M"; });
 }
 
 std::vector<int> RowSet::notDeletedRows() const {
-    std::vector<int> rows;
-    for (int r = 0; r < rowCount(); ++r)
-        if (editprop(r).trimmed() != u"D")
-            rows.push_back(r);
-    return rows;
+    return rowsWhere(*this, [](const QString& prop) { return prop != u"D"; });
 }
 
 QString RowSet::toXml() const {

@@ -43,6 +43,14 @@ public:
     QString text(int row, const QString& column) const { return value(row, column).toString(); }
     // Adds the column when absent.
     void setValue(int row, const QString& column, const QVariant& value);
+    // By column index (from columnIndex), for loops over many rows: null for -1.
+    const QVariant& cell(int row, int column) const {
+        static const QVariant none;
+        return column < 0 ? none : rows_[std::size_t(row)][std::size_t(column)];
+    }
+    void setCell(int row, int column, const QVariant& value) {
+        rows_[std::size_t(row)][std::size_t(column)] = value;
+    }
 
     QString editprop(int row) const { return text(row, QStringLiteral("editprop")); }
     void setEditprop(int row, const QString& prop) {

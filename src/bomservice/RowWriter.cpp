@@ -7,6 +7,7 @@
 #include "suite/Login.h"
 
 #include <QSqlField>
+#include <algorithm>
 #include <cmath>
 
 namespace bom::bomservice {
@@ -38,6 +39,10 @@ bool isWholeNumberType(QMetaType::Type type) {
     return db::isNumericType(type) && type != QMetaType::Double && type != QMetaType::Float;
 }
 
+// Lines per multi-row insert, and bound values per statement (SQLite takes 32,766).
+constexpr int kMaxInsertRows = 200;
+constexpr int kMaxInsertValues = 20000;
+
 } // namespace
 
 const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
@@ -45,47 +50,124 @@ const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
     auto found = tables_.find(key);
     if (found != tables_.end())
         return *found;
-    Table t;
-    t.record = db_.recordOf(table);
-    if (t.record.isEmpty())
+    const QSqlRecord record = db_.recordOf(table);
+    if (record.isEmpty())
         throw db::DbError(QStringLiteral("表%1不存在").arg(table));
+    QStringList systemFields;
     const db::Rows system = db_.query(
         QStringLiteral("Select fieldname from voucheritems where vt_id=? and cardsection=? and "
                        "lower(refertable)='system'"),
         {templateId_, isBody ? QStringLiteral("B") : QStringLiteral("T")});
     for (std::size_t i = 0; i < system.size(); ++i)
-        t.systemFields << system.text(i, "fieldname").toLower();
-    t.textLimits = db_.textLimits(table);
-    const db::Rows captions = db_.query(
+        systemFields << system.text(i, "fieldname").toLower();
+    const QHash<QString, int> textLimits = db_.textLimits(table);
+    QHash<QString, QString> captions;
+    const db::Rows rows = db_.query(
         QStringLiteral("Select fieldname, carditemname from voucheritems where vt_id=? and "
                        "cardsection=?"),
         {templateId_, isBody ? QStringLiteral("B") : QStringLiteral("T")});
-    for (std::size_t i = 0; i < captions.size(); ++i)
-        t.captions.insert(captions.text(i, "fieldname").toLower(),
-                          captions.text(i, "carditemname"));
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        captions.insert(rows.text(i, "fieldname").toLower(), rows.text(i, "carditemname"));
+
+    Table t;
+    t.isBody = isBody;
+    for (int i = 0; i < record.count(); ++i) {
+        Column c;
+        c.name = record.fieldName(i);
+        c.lower = c.name.toLower();
+        c.type = QMetaType::Type(record.field(i).metaType().id());
+        const QString upper = c.name.toUpper();
+        const bool numeric = db::isNumericType(c.type);
+        if (writtenBySomethingElse(c.name, isBody))
+            c.kind = Kind::Skip;
+        else if (!isBody && c.lower == QLatin1String("iautoid"))
+            c.kind = Kind::HeaderKey;
+        else if (systemFields.contains(c.lower))
+            c.kind = Kind::System;
+        else if (upper == QLatin1String("REPLACEFLAG") || upper == QLatin1String("BSTOPFLAG") ||
+                 upper == QLatin1String("BMRCBBOM"))
+            c.kind = Kind::YesNo;
+        else if (upper == QLatin1String("WIPTYPE"))
+            c.kind = Kind::WipType;
+        else if (numeric && upper.startsWith(QLatin1Char('B')))
+            c.kind = Kind::Flag;
+        else if (numeric)
+            c.kind = Kind::Number;
+        else if (isDate(c.type))
+            c.kind = Kind::Date;
+        // Every entry rule refuses a text that is no number; other columns have none.
+        c.entryRule =
+            isBody &&
+            !entry::VoucherHelpers::CheckLineNumber(c.lower, QStringLiteral("x")).isEmpty();
+        c.displayFlag = isDisplayFlag(c.name, c.type);
+        c.wholeNumber = isWholeNumberType(c.type);
+        c.limit = textLimits.value(c.lower, 0);
+        const QString caption = captions.value(c.lower);
+        c.shownName = caption.isEmpty() ? c.name : QStringLiteral("%1（%2）").arg(caption, c.name);
+        t.columns.push_back(c);
+    }
     return *tables_.insert(key, t);
 }
 
-QVariant RowWriter::storedValue(const QString& column, QMetaType::Type type,
-                                const QVariant& shown) const {
-    const QString upper = column.toUpper();
+std::vector<int> RowWriter::cellsOf(const Table& t, const RowSet& rows) {
+    std::vector<int> cells;
+    cells.reserve(t.columns.size());
+    for (const Column& c : t.columns)
+        cells.push_back(rows.columnIndex(c.lower));
+    return cells;
+}
+
+QVariant RowWriter::storedValue(const Column& c, const QVariant& shown) const {
     const QString text = shown.toString().trimmed();
-    if (upper == QLatin1String("REPLACEFLAG") || upper == QLatin1String("BSTOPFLAG") ||
-        upper == QLatin1String("BMRCBBOM"))
+    switch (c.kind) {
+    case Kind::YesNo:
         return text == QStringLiteral("是") ? 1 : 0;
-    if (upper == QLatin1String("WIPTYPE"))
+    case Kind::WipType:
         return text == QStringLiteral("入库倒冲") ? 1 : text == QStringLiteral("正常领料") ? 3 : 0;
-    if (db::isNumericType(type) && upper.startsWith(QLatin1Char('B')))
+    case Kind::Flag:
         return entry::VoucherHelpers::TextToBool(shown) ? 1 : 0; // flags shown as "是"/"否"
+    default:
+        break;
+    }
     if (shown.isNull() || text.isEmpty())
         return {};
-    if (db::isNumericType(type)) {
+    if (c.kind == Kind::Number) {
         const auto number = entry::VoucherHelpers::ToNumber(shown);
         if (!number)
-            throw db::DbError(QStringLiteral("字段%1的值不是数字：%2").arg(column, text));
+            throw db::DbError(QStringLiteral("字段%1的值不是数字：%2").arg(c.name, text));
         return *number;
     }
-    return isDate(type) ? QVariant(text) : QVariant(shown.toString());
+    return c.kind == Kind::Date ? QVariant(text) : QVariant(shown.toString());
+}
+
+void RowWriter::rowValues(const Table& t, const std::vector<int>& cells, const RowSet& rows,
+                          int row, int mode, const QVariant& key, QStringList& columns,
+                          db::Params& values) const {
+    for (std::size_t i = 0; i < t.columns.size(); ++i) {
+        const Column& c = t.columns[i];
+        switch (c.kind) {
+        case Kind::Skip:
+            continue;
+        case Kind::HeaderKey:
+            if (mode == 0) {
+                columns << c.name;
+                values << key;
+            }
+            continue;
+        case Kind::System:
+            columns << c.name;
+            values << (isDate(c.type) ? QVariant(login_.CurDate.toString(Qt::ISODate))
+                                      : QVariant(login_.cUserName));
+            continue;
+        default:
+            break;
+        }
+        const QVariant& shown = rows.cell(row, cells[i]);
+        if (shown.isNull())
+            continue; // not carried, or null: the table's default or stored value stands
+        columns << c.name;
+        values << storedValue(c, shown);
+    }
 }
 
 QVariant RowWriter::WriteRow(const QString& table, const RowSet& rows, int row, int mode,
@@ -93,29 +175,7 @@ QVariant RowWriter::WriteRow(const QString& table, const RowSet& rows, int row, 
     const Table& t = tableOf(table, isBody);
     QStringList columns;
     db::Params values;
-    for (int i = 0; i < t.record.count(); ++i) {
-        const QString column = t.record.fieldName(i);
-        const auto type = QMetaType::Type(t.record.field(i).metaType().id());
-        if (writtenBySomethingElse(column, isBody))
-            continue;
-        if (!isBody && column.compare(QLatin1String("iautoid"), Qt::CaseInsensitive) == 0) {
-            if (mode == 0) {
-                columns << column;
-                values << key;
-            }
-            continue;
-        }
-        if (t.systemFields.contains(column.toLower())) {
-            columns << column;
-            values << (isDate(type) ? QVariant(login_.CurDate.toString(Qt::ISODate))
-                                    : QVariant(login_.cUserName));
-            continue;
-        }
-        if (rows.value(row, column).isNull())
-            continue; // not carried, or null: the table's default or stored value stands
-        columns << column;
-        values << storedValue(column, type, rows.value(row, column));
-    }
+    rowValues(t, cellsOf(t, rows), rows, row, mode, key, columns, values);
     *outcome = Outcome::Written;
     if (mode == 0) {
         QStringList marks;
@@ -147,44 +207,156 @@ QVariant RowWriter::WriteRow(const QString& table, const RowSet& rows, int row, 
     return key;
 }
 
-QString RowWriter::checkValue(const Table& t, int field, const QVariant& value, bool isBody) const {
-    const QString column = t.record.fieldName(field);
-    const QString name = column.toLower();
-    const auto type = QMetaType::Type(t.record.field(field).metaType().id());
-    if (isBody) {
-        const QString refusal = entry::VoucherHelpers::CheckLineNumber(name, value);
+bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector<int>& which,
+                           const QVariant& headerNumber) {
+    const Table& t = tableOf(table, true);
+    int autoidCell = rows.columnIndex(QStringLiteral("autoid"));
+    if (autoidCell < 0)
+        autoidCell = rows.addColumn(RowSetColumn{QStringLiteral("autoid")});
+    const std::vector<int> cells = cellsOf(t, rows);
+    const int propCell = rows.columnIndex(QStringLiteral("editprop"));
+    const int ipidCell = rows.columnIndex(QStringLiteral("ipid"));
+    // psid is the header's ID whoever writes the line; naming it spares the trigger a look-up.
+    const bool withPsid = !headerNumber.isNull();
+
+    // Added rows go in runs of rows that carry the same columns, one statement per run, in
+    // row order so that keys still grow with the card's order.
+    QStringList runColumns;
+    std::vector<int> runRows;
+    std::vector<db::Params> runValues;
+    auto flush = [&] {
+        if (!runRows.empty())
+            insertLines(table, runColumns, rows, runRows, runValues, autoidCell);
+        runRows.clear();
+        runValues.clear();
+    };
+    for (int row : which) {
+        QStringList columns;
+        db::Params values;
+        if (rows.cell(row, propCell).toString() == QLatin1String("A")) {
+            rowValues(t, cells, rows, row, 0, {}, columns, values);
+            if (withPsid) {
+                columns << QStringLiteral("psid");
+                values << headerNumber;
+            }
+            const int perRow = std::max<int>(1, int(columns.size()));
+            if (columns != runColumns || int(runRows.size()) >= kMaxInsertValues / perRow ||
+                int(runRows.size()) >= kMaxInsertRows) {
+                flush();
+                runColumns = columns;
+            }
+            runRows.push_back(row);
+            runValues.push_back(std::move(values));
+            continue;
+        }
+        const QVariant key = rows.cell(row, autoidCell);
+        const QString ipid = rows.cell(row, ipidCell).toString();
+        rowValues(t, cells, rows, row, 1, key, columns, values);
+        if (columns.isEmpty())
+            continue; // nothing to change
+        QStringList sets;
+        db::Params bound;
+        for (int i = 0; i < columns.size(); ++i) {
+            // The line stays with the header its ipid names (the where clause below).
+            if (withPsid && columns[i].compare(QLatin1String("ipid"), Qt::CaseInsensitive) == 0)
+                continue;
+            sets << columns[i] + QStringLiteral("=?");
+            bound << values[i];
+        }
+        if (withPsid) {
+            sets << QStringLiteral("psid=?");
+            bound << headerNumber;
+        }
+        bound << key << ipid;
+        if (db_.exec(QStringLiteral("Update %1 set %2 where autoid=? and ipid=?")
+                         .arg(table, sets.join(',')),
+                     bound) == 0)
+            return false;
+    }
+    flush();
+    return true;
+}
+
+void RowWriter::insertLines(const QString& table, const QStringList& columns, RowSet& rows,
+                            const std::vector<int>& which, const std::vector<db::Params>& values,
+                            int autoidCell) {
+    QStringList marks;
+    for (int i = 0; i < columns.size(); ++i)
+        marks << QStringLiteral("?");
+    const QString tuple = QStringLiteral("(") + marks.join(',') + QStringLiteral(")");
+    QStringList tuples;
+    db::Params bound;
+    for (const db::Params& row : values) {
+        tuples << tuple;
+        bound += row;
+    }
+    const db::Rows keys = db_.query(QStringLiteral("insert into %1(%2) values %3 RETURNING autoid")
+                                        .arg(table, columns.join(','), tuples.join(',')),
+                                    bound);
+    if (keys.size() != which.size())
+        throw db::DbError(QStringLiteral("写入后未返回主键"));
+    // Neither database promises RETURNING's order, but keys are drawn in the order the rows
+    // are inserted, which is the order they are listed.
+    std::vector<qlonglong> ids;
+    for (std::size_t i = 0; i < keys.size(); ++i)
+        ids.push_back(keys.at(i).value(0).toLongLong());
+    std::sort(ids.begin(), ids.end());
+    for (std::size_t i = 0; i < which.size(); ++i)
+        rows.setCell(which[i], autoidCell, QVariant(ids[i]));
+}
+
+QString RowWriter::checkValue(const Column& c, const QVariant& value) const {
+    if (c.entryRule) {
+        const QString refusal = entry::VoucherHelpers::CheckLineNumber(c.lower, value);
         if (!refusal.isEmpty())
             return refusal;
     }
-    const QString caption = t.captions.value(name);
-    const QString shownName =
-        caption.isEmpty() ? column : QStringLiteral("%1（%2）").arg(caption, column);
+    if (value.isNull())
+        return {};
     const QString text = value.toString();
     if (text.contains(QChar(0)))
-        return shownName + QStringLiteral("含有非法字符！");
-    if (isDisplayFlag(column, type) || text.trimmed().isEmpty())
+        return c.shownName + QStringLiteral("含有非法字符！");
+    if (c.displayFlag || text.trimmed().isEmpty())
         return {};
-    if (db::isNumericType(type)) {
+    if (db::isNumericType(c.type)) {
         const auto number = entry::VoucherHelpers::ToNumber(value);
         if (!number)
-            return shownName + QStringLiteral("必须为数字！");
-        if (isWholeNumberType(type) && (*number != std::floor(*number) || std::abs(*number) > 9e15))
-            return shownName + QStringLiteral("必须为整数！");
+            return c.shownName + QStringLiteral("必须为数字！");
+        if (c.wholeNumber && (*number != std::floor(*number) || std::abs(*number) > 9e15))
+            return c.shownName + QStringLiteral("必须为整数！");
         return {};
     }
-    const int limit = t.textLimits.value(name, 0);
-    if (limit > 0 && text.size() > limit)
-        return shownName + QStringLiteral("不能超过%1个字符！").arg(limit);
+    if (c.limit > 0 && text.size() > c.limit)
+        return c.shownName + QStringLiteral("不能超过%1个字符！").arg(c.limit);
+    return {};
+}
+
+QString RowWriter::checkRow(const Table& t, const std::vector<int>& cells, const RowSet& rows,
+                            int row) const {
+    for (std::size_t i = 0; i < t.columns.size(); ++i) {
+        const QString refusal = checkValue(t.columns[i], rows.cell(row, cells[i]));
+        if (!refusal.isEmpty())
+            return refusal;
+    }
     return {};
 }
 
 QString RowWriter::CheckRow(const QString& table, const RowSet& rows, int row, bool isBody) {
     const Table& t = tableOf(table, isBody);
-    for (int i = 0; i < t.record.count(); ++i) {
-        const QVariant value = rows.value(row, t.record.fieldName(i));
-        const QString refusal = checkValue(t, i, value, isBody);
-        if (!refusal.isEmpty())
+    return checkRow(t, cellsOf(t, rows), rows, row);
+}
+
+QString RowWriter::CheckRows(const QString& table, const RowSet& rows,
+                             const std::vector<int>& which, bool isBody, int* failedRow) {
+    const Table& t = tableOf(table, isBody);
+    const std::vector<int> cells = cellsOf(t, rows);
+    for (int row : which) {
+        const QString refusal = checkRow(t, cells, rows, row);
+        if (!refusal.isEmpty()) {
+            if (failedRow)
+                *failedRow = row;
             return refusal;
+        }
     }
     return {};
 }

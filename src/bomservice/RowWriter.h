@@ -1,15 +1,14 @@
 #pragma once
 
 #include "RowSet.h"
+#include "db/Database.h"
 
 #include <QHash>
 #include <QSqlRecord>
 #include <QString>
 #include <QVariant>
+#include <vector>
 
-namespace bom::db {
-class Database;
-}
 namespace bom::suite {
 class Login;
 }
@@ -35,21 +34,52 @@ public:
     QVariant WriteRow(const QString& table, const RowSet& rows, int row, int mode, bool isBody,
                       const QVariant& key, Outcome* outcome);
 
+    // The lines `rows` of one header, as WriteRow would write them one by one: "A" rows are
+    // inserted in row order and get their new autoid in the row, "M" rows update the line
+    // `autoid` of the header in their ipid. `headerNumber` is the header's ID, which every
+    // line keeps as psid. False, with nothing more written, when a modified line is gone.
+    bool WriteLines(const QString& table, RowSet& rows, const std::vector<int>& which,
+                    const QVariant& headerNumber);
+
     // Why the row's values cannot be written to `table`, naming the field; empty when they
     // can. Numbers must be finite numbers (whole ones for integer columns), texts must fit
     // their column and hold no NUL character; numeric line cells follow their entry rules.
     QString CheckRow(const QString& table, const RowSet& rows, int row, bool isBody);
+    // The same for each of `which` in order: the first refusal, its row in `failedRow`.
+    QString CheckRows(const QString& table, const RowSet& rows, const std::vector<int>& which,
+                      bool isBody, int* failedRow = nullptr);
 
 private:
+    // How a column's display value becomes the stored one.
+    enum class Kind { Skip, HeaderKey, System, YesNo, WipType, Flag, Number, Date, Text };
+    struct Column {
+        QString name; // as the table spells it
+        QString lower;
+        QMetaType::Type type = QMetaType::UnknownType;
+        Kind kind = Kind::Text;
+        bool entryRule = false;   // a numeric line cell with rules of its own
+        bool displayFlag = false; // any text is acceptable
+        bool wholeNumber = false;
+        int limit = 0;     // characters; 0 none
+        QString shownName; // "caption（column）", or the column
+    };
     struct Table {
-        QSqlRecord record;
-        QStringList systemFields;         // lower case
-        QHash<QString, int> textLimits;   // lower-case column -> characters
-        QHash<QString, QString> captions; // lower-case column -> the template's caption
+        std::vector<Column> columns;
+        bool isBody = false;
     };
     const Table& tableOf(const QString& table, bool isBody);
-    QVariant storedValue(const QString& column, QMetaType::Type type, const QVariant& shown) const;
-    QString checkValue(const Table& t, int field, const QVariant& value, bool isBody) const;
+    // For each table column, its column in `rows` (-1 when the rows do not carry it).
+    static std::vector<int> cellsOf(const Table& t, const RowSet& rows);
+    QVariant storedValue(const Column& c, const QVariant& shown) const;
+    QString checkValue(const Column& c, const QVariant& value) const;
+    QString checkRow(const Table& t, const std::vector<int>& cells, const RowSet& rows,
+                     int row) const;
+    // Columns and values the row writes, as WriteRow chooses them.
+    void rowValues(const Table& t, const std::vector<int>& cells, const RowSet& rows, int row,
+                   int mode, const QVariant& key, QStringList& columns, db::Params& values) const;
+    void insertLines(const QString& table, const QStringList& columns, RowSet& rows,
+                     const std::vector<int>& which, const std::vector<db::Params>& values,
+                     int autoidCell);
 
     db::Database& db_;
     const suite::Login& login_;
