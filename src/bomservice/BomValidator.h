@@ -3,7 +3,9 @@
 #include "CycleCheck.h"
 #include "RowSet.h"
 
+#include <QHash>
 #include <QString>
+#include <array>
 
 namespace bom::entry {
 class Session;
@@ -48,6 +50,11 @@ public:
     CycleCheck& cycles() { return cycles_; }
 
 private:
+    // Per item code: whether it uses free items 1 … 10; codes not in inventory are absent.
+    using ItemFreeItems = QHash<QString, std::array<bool, 10>>;
+    ItemFreeItems itemsOf(const QStringList& codes);
+    static QString rowItemCode(const RowSet& rows, int row);
+    bool checkRowInfo(const RowSet& rows, int row, const ItemFreeItems& items);
     bool fail(const QString& message);
     QString departmentName(const QString& code);
 
