@@ -7,6 +7,7 @@
 #include "ServiceTexts.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "entry/BomVisibility.h"
 #include "entry/Session.h"
 #include "suite/Prompter.h"
 
@@ -110,6 +111,7 @@ bool BomGuards::RemoveStoredBom(const QString& headerId) {
     db.exec(QStringLiteral("delete from sys_attachment where lower(ccardnum)=? and ivoucherid=?"),
             {QLatin1String(kCardNumber), header.value(0, "ID")});
     BomSaver(session_).SaveQuantityTotals({header.text(0, "cpspcode")});
+    entry::BomVisibility(db).RefreshBoms({headerId});
     return true;
 }
 

@@ -42,6 +42,7 @@ public:
         return QStringLiteral("SELECT name, type FROM pragma_table_info(?) WHERE type LIKE "
                               "'%CHAR(%'");
     }
+    QString forShare() const override { return {}; }
     QStringList sessionSetup() const override {
         // WAL lets a reader (the list) and a writer (a save in another process) work at once;
         // the busy time-out makes a second writer wait instead of failing at once.
@@ -86,6 +87,7 @@ public:
                               "information_schema.columns WHERE table_schema=current_schema() "
                               "AND table_name=lower(?) AND character_maximum_length IS NOT NULL");
     }
+    QString forShare() const override { return QStringLiteral(" FOR SHARE"); }
     QStringList sessionSetup() const override {
         return {QStringLiteral("SET statement_timeout = 120000"),
                 QStringLiteral("SET client_min_messages = warning")};

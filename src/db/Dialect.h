@@ -21,6 +21,9 @@ public:
     // SQL answering, for the table bound to its one placeholder, one row per length-limited
     // text column: "name" and "type" (a declared type such as "VARCHAR(60)").
     virtual QString textColumnsSql() const = 0;
+    // Appended to a SELECT whose rows a transaction reads and relies on: on PostgreSQL they stay
+    // unchanged by others until it ends; SQLite's write transaction holds the database already.
+    virtual QString forShare() const = 0;
     // Statements run once on every new connection.
     virtual QStringList sessionSetup() const = 0;
     // Run at the start of a long write transaction (a card save): lifts the statement time-out

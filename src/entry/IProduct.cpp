@@ -1,6 +1,8 @@
 #include "IProduct.h"
 
+#include "BomVisibility.h"
 #include "ListWindowHandle.h"
+#include "db/DbError.h"
 #include "suite/Prompter.h"
 
 namespace bom::entry {
@@ -64,7 +66,13 @@ void IProduct::Show(suite::Login* oLogin) {
         return;
     }
     s.gListForm->setFuncText(sFuncText);
-    s.OpenConnection();
+    try {
+        if (s.OpenConnection())
+            BomVisibility(*s.gConn).EnsureCurrent(s.gUserId);
+    } catch (const db::DbError& e) {
+        // The list still opens; it shows what the rights allowed when last worked out.
+        s.ShowInfo(QStringLiteral("权限数据更新失败：") + e.message());
+    }
     s.gListForm->onUnload = [this] {
         ListWindowUnload();
         FrmUnload();

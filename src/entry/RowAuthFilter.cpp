@@ -16,60 +16,79 @@ db::SqlCondition wrap(const QString& before, const db::SqlCondition& inner, cons
     return sqlText(before) + inner + sqlText(after);
 }
 
-} // namespace
-
-db::SqlCondition RowAuthFilter::granted(const QString& kind, const QString& codeColumn) const {
-    // A keyed look-up per row: cheap for the few rows a list page needs, whatever the list size.
+// The operator holds the right of `kind` on the code in `codeColumn`: a keyed look-up per row,
+// cheap for the few rows a page needs, whatever the length of the list.
+db::SqlCondition granted(const QString& userId, const QString& kind, const QString& codeColumn) {
     return {QStringLiteral("exists (SELECT 1 FROM sys_right ar WHERE ar.cuserid=? AND "
                            "ar.ckind='%1' AND ar.ccode=%2)")
                 .arg(kind, codeColumn),
-            {session_.gUserId}};
+            {userId}};
+}
+
+} // namespace
+
+bool RowAuthFilter::BomScopes::decidedRowByRow() const {
+    return !seesNothing() &&
+           (department == Scope::List || inventory == Scope::List || warehouse == Scope::List);
+}
+
+RowAuthFilter::BomScopes RowAuthFilter::bomScopesOf(const QHash<QString, Scope>& scopesByKind) {
+    return {scopesByKind.value(QStringLiteral("department"), Scope::All),
+            scopesByKind.value(QStringLiteral("inventory"), Scope::All),
+            scopesByKind.value(QStringLiteral("warehouse"), Scope::All)};
+}
+
+db::SqlCondition RowAuthFilter::DirectBomAuthFilter(const QString& userId,
+                                                    const BomScopes& scopes) {
+    if (scopes.seesNothing())
+        return sqlText(QStringLiteral(" and (1=2)"));
+    if (!scopes.decidedRowByRow())
+        return {};
+    // Conditions on the header itself, and on any one of its lines that would forbid it.
+    db::SqlCondition header;
+    db::SqlCondition forbiddenLine = sqlText(QStringLiteral("(1=2)"));
+    if (scopes.department == Scope::List) {
+        header += wrap(
+            QStringLiteral(" and ("),
+            granted(userId, QStringLiteral("department"), QStringLiteral("pp_q_bomtreet.cdepcode")),
+            QStringLiteral(" or pp_q_bomtreet.cdepcode is null)"));
+        forbiddenLine +=
+            wrap(QStringLiteral(" or (COALESCE(w.cdepcode,'')<>'' and not "),
+                 granted(userId, QStringLiteral("department"), QStringLiteral("w.cdepcode")),
+                 QStringLiteral(")"));
+    }
+    // Items are granted by code; an item's code and iId name the same Inventory row.
+    if (scopes.inventory == Scope::List) {
+        header += wrap(
+            QStringLiteral(" and pp_q_bomtreet.iId is not null and "),
+            granted(userId, QStringLiteral("inventory"), QStringLiteral("pp_q_bomtreet.cpspcode")),
+            QString());
+        forbiddenLine +=
+            wrap(QStringLiteral(" or (COALESCE(w.iId,-100)<>-100 and not "),
+                 granted(userId, QStringLiteral("inventory"), QStringLiteral("w.cpscode")),
+                 QStringLiteral(")"));
+    }
+    // No warehouse right at all restricts nothing here, unlike departments and items.
+    if (scopes.warehouse == Scope::List)
+        forbiddenLine +=
+            wrap(QStringLiteral(" or (COALESCE(w.cwhcode,'')<>'' and not "),
+                 granted(userId, QStringLiteral("warehouse"), QStringLiteral("w.cwhcode")),
+                 QStringLiteral(")"));
+    return header + wrap(QStringLiteral(" and not exists (select 1 from pp_q_bomtreew w where "
+                                        "w.ipid=pp_q_bomtreet.iautoid and ("),
+                         forbiddenLine, QStringLiteral("))"));
 }
 
 db::SqlCondition RowAuthFilter::GetBomAuthFilter() const {
     const suite::RowAuth& auth = *session_.gRowAuth;
-    const Scope department = auth.scope(QStringLiteral("Department"));
-    const Scope inventory = auth.scope(QStringLiteral("Inventory"));
-    const Scope warehouse = auth.scope(QStringLiteral("Warehouse"));
-    if (department == Scope::All && inventory == Scope::All && warehouse == Scope::All)
-        return {};
-
-    // Conditions on the header itself, and on any one of its lines that would forbid it.
-    db::SqlCondition header;
-    db::SqlCondition forbiddenLine = sqlText(QStringLiteral("(1=2)"));
-    if (department == Scope::None)
-        header += sqlText(QStringLiteral(" and (1=2)"));
-    if (department == Scope::List) {
-        header +=
-            wrap(QStringLiteral(" and ("),
-                 granted(QStringLiteral("department"), QStringLiteral("pp_q_bomtreet.cdepcode")),
-                 QStringLiteral(" or pp_q_bomtreet.cdepcode is null)"));
-        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.cdepcode,'')<>'' and not "),
-                              granted(QStringLiteral("department"), QStringLiteral("w.cdepcode")),
-                              QStringLiteral(")"));
-    }
-    if (inventory == Scope::None)
-        header += sqlText(QStringLiteral(" and (1=2)"));
-    // Items are granted by code; an item's code and iId name the same Inventory row.
-    if (inventory == Scope::List) {
-        header +=
-            wrap(QStringLiteral(" and pp_q_bomtreet.iId is not null and "),
-                 granted(QStringLiteral("inventory"), QStringLiteral("pp_q_bomtreet.cpspcode")),
-                 QString());
-        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.iId,-100)<>-100 and not "),
-                              granted(QStringLiteral("inventory"), QStringLiteral("w.cpscode")),
-                              QStringLiteral(")"));
-    }
-    // No warehouse right at all restricts nothing here, unlike departments and items.
-    if (warehouse == Scope::List)
-        forbiddenLine += wrap(QStringLiteral(" or (COALESCE(w.cwhcode,'')<>'' and not "),
-                              granted(QStringLiteral("warehouse"), QStringLiteral("w.cwhcode")),
-                              QStringLiteral(")"));
-    // Correlated on the header, so the list streams its first rows instead of first collecting
-    // every forbidden BOM of the account.
-    return header + wrap(QStringLiteral(" and not exists (select 1 from pp_q_bomtreew w where "
-                                        "w.ipid=pp_q_bomtreet.iautoid and ("),
-                         forbiddenLine, QStringLiteral("))"));
+    const BomScopes scopes{auth.scope(QStringLiteral("Department")),
+                           auth.scope(QStringLiteral("Inventory")),
+                           auth.scope(QStringLiteral("Warehouse"))};
+    if (!scopes.decidedRowByRow())
+        return DirectBomAuthFilter(session_.gUserId, scopes);
+    return {QStringLiteral(" and not exists (select 1 from sys_bom_hidden hb where hb.cuserid=? "
+                           "and hb.iautoid=pp_q_bomtreet.iautoid)"),
+            {session_.gUserId}};
 }
 
 db::SqlCondition RowAuthFilter::referenceCondition(const QString& table) const {
@@ -84,7 +103,8 @@ db::SqlCondition RowAuthFilter::referenceCondition(const QString& table) const {
         {QStringLiteral("department"), QStringLiteral("Department.cDepCode")},
         {QStringLiteral("person"), QStringLiteral("Person.cPersonCode")},
         {QStringLiteral("warehouse"), QStringLiteral("Warehouse.cWhCode")}};
-    return wrap(QStringLiteral("("), granted(*kind, codeColumn.value(*kind)), QStringLiteral(")"));
+    return wrap(QStringLiteral("("), granted(session_.gUserId, *kind, codeColumn.value(*kind)),
+                QStringLiteral(")"));
 }
 
 } // namespace bom::entry

@@ -4,6 +4,7 @@
 #include "bomservice/Guards.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "entry/BomVisibility.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
@@ -339,6 +340,7 @@ bool BomListCommands::deleteLine(const ListRow& line) {
             db.exec(QStringLiteral("delete from ProductStructures where autoid=?"), {autoid}) > 0;
         if (done) {
             bomservice::BomSaver(session_).SaveQuantityTotals({parent});
+            entry::BomVisibility(db).RefreshBoms({line.text(QStringLiteral("ipid"))});
             writeDeletionLog(line);
             tx.commit();
         }

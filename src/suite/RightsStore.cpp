@@ -91,6 +91,32 @@ bool RightsStore::hasCodes(const QString& userId, const QString& kind) {
                 .empty();
 }
 
+qlonglong RightsStore::version(const QString& userId) {
+    return db_
+        .scalar(QStringLiteral("SELECT iversion FROM sys_right_version WHERE cuserid=?"), {userId})
+        .toLongLong();
+}
+
+void RightsStore::bumpVersion(const QString& userId) {
+    if (db_.exec(QStringLiteral("UPDATE sys_right_version SET iversion=iversion+1 WHERE cuserid=?"),
+                 {userId}) == 0)
+        db_.exec(QStringLiteral("INSERT INTO sys_right_version(cuserid, iversion) VALUES (?, 1)"),
+                 {userId});
+}
+
+QHash<QString, RightsStore::Scope> RightsStore::effectiveRowScopes(const QString& userId) {
+    QHash<QString, Scope> scopes;
+    for (const QString& kind : kinds()) {
+        if (!isRowKind(kind))
+            continue;
+        Scope s = scope(userId, kind);
+        if (s == Scope::List && !hasCodes(userId, kind))
+            s = Scope::None;
+        scopes.insert(kind, s);
+    }
+    return scopes;
+}
+
 bool RightsStore::allows(const QString& userId, const QString& kind, const QString& code) {
     switch (scope(userId, kind)) {
     case Scope::All:
@@ -114,6 +140,7 @@ void RightsStore::setScope(const QString& userId, const QString& kind, Scope sco
     if (scope != Scope::List)
         db_.exec(QStringLiteral("DELETE FROM sys_right WHERE cuserid=? AND ckind=?"),
                  {userId, kind});
+    bumpVersion(userId);
 }
 
 void RightsStore::grant(const QString& userId, const QString& kind, const QStringList& codes) {
@@ -123,12 +150,14 @@ void RightsStore::grant(const QString& userId, const QString& kind, const QStrin
         db_.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) VALUES (?,?,?) "
                                 "ON CONFLICT DO NOTHING"),
                  {userId, kind, code});
+    bumpVersion(userId);
 }
 
 void RightsStore::revoke(const QString& userId, const QString& kind, const QStringList& codes) {
     for (const QString& code : codes)
         db_.exec(QStringLiteral("DELETE FROM sys_right WHERE cuserid=? AND ckind=? AND ccode=?"),
                  {userId, kind, code});
+    bumpVersion(userId);
 }
 
 QStringList RightsStore::unknownCodes(const QString& kind, const QStringList& codes) {

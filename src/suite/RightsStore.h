@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <optional>
@@ -29,6 +30,11 @@ public:
     Scope scope(const QString& userId, const QString& kind);
     QStringList codes(const QString& userId, const QString& kind);
     bool hasCodes(const QString& userId, const QString& kind);
+    // Counts up with every change of the operator's rights (0 before the first).
+    qlonglong version(const QString& userId);
+    // The operator's row scopes by kind, as they act: a list whose every code was revoked
+    // grants nothing, the same as no right at all.
+    QHash<QString, Scope> effectiveRowScopes(const QString& userId);
     bool allows(const QString& userId, const QString& kind, const QString& code);
 
     // Writers run in the caller's transaction.
@@ -41,6 +47,8 @@ public:
     static QString scopeName(Scope scope);
 
 private:
+    void bumpVersion(const QString& userId);
+
     db::Database& db_;
 };
 

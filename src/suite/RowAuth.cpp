@@ -13,16 +13,7 @@ bool RowAuth::Init(const QString& url, const QString& userId, QString* error) {
     userId_ = userId;
     try {
         db_ = db::Database::open(url);
-        RightsStore store(*db_);
-        for (const QString& kind : RightsStore::kinds()) {
-            if (!RightsStore::isRowKind(kind))
-                continue;
-            RightsStore::Scope scope = store.scope(userId, kind);
-            // A list whose every code was revoked grants nothing: the same as no right at all.
-            if (scope == RightsStore::Scope::List && !store.hasCodes(userId, kind))
-                scope = RightsStore::Scope::None;
-            scopes_.insert(kind, scope);
-        }
+        scopes_ = RightsStore(*db_).effectiveRowScopes(userId);
         return true;
     } catch (const db::DbError& e) {
         if (error)

@@ -1,4 +1,5 @@
 #include "db/DbError.h"
+#include "entry/BomVisibility.h"
 #include "entry/Common.h"
 #include "entry/ReferenceLookup.h"
 #include "entry/RowAuthFilter.h"
@@ -34,6 +35,15 @@ protected:
                                 "ipsquantity, cwhcode) SELECT iautoid, cpspcode, 'BT100', 1, ? "
                                 "FROM ProductStructure WHERE cpspcode='GT100' AND cfree1=?"),
                  {warehouse, QLatin1String(parentFree)});
+        decideAgain();
+    }
+    // What every writer of BOMs does after changing them.
+    void decideAgain() {
+        QStringList ids;
+        const db::Rows all = db->query(QStringLiteral("SELECT iautoid FROM ProductStructure"));
+        for (std::size_t i = 0; i < all.size(); ++i)
+            ids << all.text(i, "iautoid");
+        entry::BomVisibility(*db).RefreshBoms(ids);
     }
     std::unique_ptr<db::Database> db;
 };
@@ -58,6 +68,7 @@ TEST_P(AuthFilterTest, ListsOnlyTheBomsTheOperatorMaySee) {
     // A header without department passes; no department right at all lists nothing.
     db->exec(QStringLiteral("UPDATE ProductStructure SET cdepcode='0101' WHERE cfree1='RED'"));
     db->exec(QStringLiteral("UPDATE ProductStructure SET cdepcode=NULL WHERE cfree1='BLU'"));
+    decideAgain();
     EXPECT_EQ(listed("wang"), QStringList{QStringLiteral("GT100BLU")});
     setScope("department", suite::RightsStore::Scope::None);
     EXPECT_TRUE(listed("wang").isEmpty());

@@ -1,0 +1,85 @@
+#include "BomVisibility.h"
+
+#include "RowAuthFilter.h"
+#include "db/Database.h"
+#include "db/Transaction.h"
+#include "suite/RightsStore.h"
+
+namespace bom::entry {
+namespace {
+
+RowAuthFilter::BomScopes scopesOf(db::Database& db, const QString& userId) {
+    return RowAuthFilter::bomScopesOf(suite::RightsStore(db).effectiveRowScopes(userId));
+}
+
+// Stored BOMs that the operator's rights hide, restricted by `where` on ProductStructure h.
+db::SqlCondition hiddenBoms(const QString& userId, const RowAuthFilter::BomScopes& scopes,
+                            const db::SqlCondition& where) {
+    return db::SqlCondition{QStringLiteral("insert into sys_bom_hidden(cuserid, iautoid) select "
+                                           "?, h.iautoid from ProductStructure h where "),
+                            {userId}} +
+           where +
+           db::sqlText(QStringLiteral(" and not exists (select 1 from pp_q_bomtreet where "
+                                      "pp_q_bomtreet.iautoid=h.iautoid")) +
+           RowAuthFilter::DirectBomAuthFilter(userId, scopes) + db::sqlText(QStringLiteral(")"));
+}
+
+} // namespace
+
+void BomVisibility::EnsureCurrent(const QString& userId) {
+    const qlonglong version = suite::RightsStore(db_).version(userId);
+    const db::Rows state =
+        db_.query(QStringLiteral("select irightsversion from sys_bom_hidden_state where cuserid=?"),
+                  {userId});
+    const bool kept = !state.empty();
+    if (kept ? state.value(0, "irightsversion").toLongLong() == version
+             : !scopesOf(db_, userId).decidedRowByRow())
+        return;
+    RefreshOperator(userId);
+}
+
+void BomVisibility::RefreshOperator(const QString& userId) {
+    db::Transaction tx(db_);
+    const RowAuthFilter::BomScopes scopes = scopesOf(db_, userId);
+    // The state row first: a save that decides BOMs for this operator meanwhile waits for it.
+    if (!scopes.decidedRowByRow()) {
+        db_.exec(QStringLiteral("delete from sys_bom_hidden_state where cuserid=?"), {userId});
+    } else if (db_.exec(QStringLiteral("update sys_bom_hidden_state set irightsversion=? where "
+                                       "cuserid=?"),
+                        {suite::RightsStore(db_).version(userId), userId}) == 0) {
+        db_.exec(QStringLiteral("insert into sys_bom_hidden_state(cuserid, irightsversion) "
+                                "values (?, ?)"),
+                 {userId, suite::RightsStore(db_).version(userId)});
+    }
+    db_.exec(QStringLiteral("delete from sys_bom_hidden where cuserid=?"), {userId});
+    if (scopes.decidedRowByRow()) {
+        const db::SqlCondition insert =
+            hiddenBoms(userId, scopes, db::sqlText(QStringLiteral("1=1")));
+        db_.exec(insert.sql, insert.params);
+    }
+    tx.commit();
+}
+
+void BomVisibility::RefreshBoms(const QStringList& headerIds) {
+    if (headerIds.isEmpty())
+        return;
+    db::Transaction tx(db_);
+    const db::Rows kept = db_.query(QStringLiteral("select cuserid from sys_bom_hidden_state") +
+                                    db_.dialect().forShare());
+    for (const QString& id : headerIds)
+        db_.exec(QStringLiteral("delete from sys_bom_hidden where iautoid=?"), {id});
+    for (std::size_t i = 0; i < kept.size(); ++i) {
+        const QString userId = kept.text(i, "cuserid");
+        const RowAuthFilter::BomScopes scopes = scopesOf(db_, userId);
+        if (!scopes.decidedRowByRow())
+            continue; // renewed at his next sign-in, when his new rights take effect
+        for (const QString& id : headerIds) {
+            const db::SqlCondition insert =
+                hiddenBoms(userId, scopes, {QStringLiteral("h.iautoid=?"), {id}});
+            db_.exec(insert.sql, insert.params);
+        }
+    }
+    tx.commit();
+}
+
+} // namespace bom::entry
