@@ -1,9 +1,14 @@
 #include "BomList.h"
 
 #include "db/Identifier.h"
+#include "db/ValueTypes.h"
 #include "entry/Common.h"
 #include "entry/RowAuthFilter.h"
 #include "entry/Session.h"
+
+#include <QSqlField>
+#include <QSqlRecord>
+#include <algorithm>
 
 namespace bom::list {
 
@@ -71,6 +76,42 @@ db::SqlCondition BomList::withFilters(db::SqlCondition sql, const db::SqlConditi
         sql += db::sqlText(QStringLiteral(" and  ")) + filter;
     sql += entry::RowAuthFilter(session_).GetBomAuthFilter();
     return sql;
+}
+
+db::Keyset BomList::parentKeyset() const {
+    const entry::RefColumns columns =
+        entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
+    const QSqlRecord view = session_.gConn->recordOf(QStringLiteral("pp_q_bomtreet"));
+    std::vector<suite::ColumnSetting> sorted;
+    for (const suite::ColumnSetting& c : columns.colSet)
+        if (c.sort == QLatin1String("asc") || c.sort == QLatin1String("desc"))
+            sorted.push_back(c);
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto& a, const auto& b) { return a.sortOrder < b.sortOrder; });
+    std::vector<db::Keyset::Key> keys;
+    for (const suite::ColumnSetting& c : sorted) {
+        const int field = view.indexOf(c.fieldName.section('.', -1));
+        if (field < 0 || c.fieldName.compare(QLatin1String("iautoid"), Qt::CaseInsensitive) == 0)
+            continue;
+        keys.push_back({c.fieldName, c.sort == QLatin1String("desc"),
+                        db::isNumericType(view.field(field).metaType().id())});
+    }
+    keys.push_back({QStringLiteral("iautoid"), false, false}); // tells every header apart
+    return db::Keyset(std::move(keys));
+}
+
+db::SqlCondition BomList::parentPage(const db::SqlCondition& filter, const QVariantList& lastKey,
+                                     int limit) const {
+    const entry::RefColumns columns =
+        entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
+    const db::Keyset keyset = parentKeyset();
+    db::SqlCondition sql = withFilters(
+        db::sqlText(QStringLiteral("select ") + withKeyColumns(columns.selectList, kParentKeys) +
+                    QLatin1Char(',') + keyset.selectList() +
+                    QStringLiteral(" from pp_q_bomtreet  where 1=1")),
+        filter);
+    return sql + keyset.after(lastKey) +
+           db::sqlText(keyset.orderBy() + QStringLiteral(" limit %1").arg(limit));
 }
 
 db::SqlCondition BomList::parentQuery(const db::SqlCondition& filter) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ListView.h"
+#include "db/Keyset.h"
 #include "db/SqlCondition.h"
 
 #include <QString>
@@ -35,6 +36,12 @@ public:
     std::optional<db::SqlCondition> fieldFilter(const QString& field, const QString& value,
                                                 QString* error) const;
     db::SqlCondition parentQuery(const db::SqlCondition& filter = {}) const;
+    // The same headers a page at a time: at most `limit` rows after `lastKey` (the keyset
+    // columns of the last row read; empty for the first page), in the list's order, the
+    // column settings' sort with the header key last.
+    db::SqlCondition parentPage(const db::SqlCondition& filter, const QVariantList& lastKey,
+                                int limit) const;
+    db::Keyset parentKeyset() const;
     // The headers the operator may see with exactly `columns` (checked view columns), ordered
     // by parent and free items 1 and 2 rather than by the operator's sort.
     db::SqlCondition fixedParentQuery(const QStringList& columns,
