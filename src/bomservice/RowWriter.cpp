@@ -39,9 +39,8 @@ bool isWholeNumberType(QMetaType::Type type) {
     return db::isNumericType(type) && type != QMetaType::Double && type != QMetaType::Float;
 }
 
-// Lines per multi-row insert, and bound values per statement (SQLite takes 32,766).
+// Lines per multi-row insert at most.
 constexpr int kMaxInsertRows = 200;
-constexpr int kMaxInsertValues = 20000;
 
 } // namespace
 
@@ -218,6 +217,7 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
     const int ipidCell = rows.columnIndex(QStringLiteral("ipid"));
     // psid is the header's ID whoever writes the line; naming it spares the trigger a look-up.
     const bool withPsid = !headerNumber.isNull();
+    const int maxValues = db_.dialect().valuesPerStatement();
 
     // Added rows go in runs of rows that carry the same columns, one statement per run, in
     // row order so that keys still grow with the card's order.
@@ -240,7 +240,7 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
                 values << headerNumber;
             }
             const int perRow = std::max<int>(1, int(columns.size()));
-            if (columns != runColumns || int(runRows.size()) >= kMaxInsertValues / perRow ||
+            if (columns != runColumns || int(runRows.size()) >= maxValues / perRow ||
                 int(runRows.size()) >= kMaxInsertRows) {
                 flush();
                 runColumns = columns;

@@ -20,6 +20,7 @@ public:
     // The busy time-out already waits; SQLite statements themselves have no time limit.
     QString longTransactionSetup() const override { return {}; }
     QString pagedReaderSetup() const override { return {}; }
+    int valuesPerStatement() const override { return 200; }
     Kind kind() const override { return Kind::Sqlite; }
     QString name() const override { return QStringLiteral("sqlite"); }
     QString translateSchema(const QString& script) const override {
@@ -63,6 +64,7 @@ public:
         return QStringLiteral("SET statement_timeout = 0");
     }
 
+    int valuesPerStatement() const override { return 20000; }
     Kind kind() const override { return Kind::Postgres; }
     QString name() const override { return QStringLiteral("postgresql"); }
     QString translateSchema(const QString& script) const override {

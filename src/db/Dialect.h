@@ -33,6 +33,10 @@ public:
     // the operator scrolls, so no statement time-out may end it. Empty when nothing is needed.
     virtual QString pagedReaderSetup() const = 0;
 
+    // Bound values one multi-row statement should carry at most. Qt's SQLite driver looks up
+    // every placeholder's name on each run, which grows with the square of their number.
+    virtual int valuesPerStatement() const = 0;
+
     static std::unique_ptr<Dialect> create(Kind kind);
 };
 
