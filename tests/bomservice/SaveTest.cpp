@@ -456,13 +456,13 @@ TEST_P(SaveTest, GuardsAndAttachments) {
 }
 
 TEST_P(SaveTest, AKilledSaveLeavesNothingBehind) {
-    // 5,000 purchased items for one large card.
+    // 20,000 purchased items for one card large enough to be killed in the middle of its save.
     QJsonArray lines;
     {
         QSqlQuery insert = db().prepare(QStringLiteral(
             "INSERT INTO Inventory(iId, cInvCode, cInvName, bPurchase) VALUES (?, ?, 'k', 1)"));
         db::Transaction tx(db());
-        for (int i = 0; i < 5000; ++i) {
+        for (int i = 0; i < 20000; ++i) {
             db().run(insert, {100000 + i, QStringLiteral("K%1").arg(i)});
             lines.append(QJsonObject{{"cpscode", QStringLiteral("K%1").arg(i)},
                                      {"ipsquantity", 1},
@@ -492,7 +492,7 @@ TEST_P(SaveTest, AKilledSaveLeavesNothingBehind) {
          i < 400 && observer->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt() == 0;
          ++i)
         QThread::msleep(5);
-    QThread::msleep(150);
+    QThread::msleep(400);
     ::kill(pid_t(save.processId()), SIGKILL);
     save.waitForFinished();
     ASSERT_EQ(save.exitStatus(), QProcess::CrashExit) << "the save finished before it was killed";
@@ -516,6 +516,87 @@ TEST_P(SaveTest, AKilledSaveLeavesNothingBehind) {
                                           "(SELECT autoid FROM ProductStructures)"))
                   .toInt(),
               0);
+}
+
+TEST_P(SaveTest, LargeCardsKeepCardOrderDefaultsAndTheirHeader) {
+    {
+        QSqlQuery insert = db().prepare(QStringLiteral(
+            "INSERT INTO Inventory(iId, cInvCode, cInvName, bPurchase) VALUES (?, ?, 'w', 1)"));
+        db::Transaction tx(db());
+        for (int i = 0; i < 450; ++i)
+            db().run(insert, {300000 + i, QStringLiteral("W%1").arg(i)});
+        tx.commit();
+    }
+    // Long runs of lines carrying the same cells, then lines that differ one by one.
+    auto wasted = [](int i) { return i < 250 || i % 3 == 0; };
+    BomCard card = newCard(QStringLiteral("SD100"));
+    for (int i = 0; i < 450; ++i) {
+        const int row = addLine(card, QStringLiteral("W%1").arg(i), 1 + i % 7);
+        if (wasted(i))
+            card.lines.setValue(row, QStringLiteral("iwasterate"), 2.0);
+    }
+    ASSERT_TRUE(save(*session, card, 0)) << session->prompter.texts().join('|').toStdString();
+    const QString id = card.header.text(0, QStringLiteral("iautoid"));
+    auto stored = [&] {
+        const db::Rows rows = db().query(
+            QStringLiteral("SELECT l.autoid, l.cpscode, l.ipsquantity, l.iwasterate, "
+                           "CASE WHEN l.psid = h.ID THEN 'linked' ELSE 'stray' END FROM "
+                           "ProductStructures l JOIN ProductStructure h ON h.iautoid = l.ipid "
+                           "WHERE l.ipid=? ORDER BY l.autoid"),
+            {id});
+        QStringList out;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            out << QStringLiteral("%1 %2 %3 %4 %5")
+                       .arg(rows.at(i).at(0).toLongLong())
+                       .arg(rows.at(i).at(1).toString())
+                       .arg(rows.at(i).at(2).toDouble())
+                       .arg(rows.at(i).at(3).toDouble())
+                       .arg(rows.at(i).at(4).toString());
+        return out;
+    };
+    QStringList expected;
+    for (int i = 0; i < 450; ++i)
+        expected << QStringLiteral("%1 W%2 %3 %4 linked")
+                        .arg(card.lines.value(i, QStringLiteral("autoid")).toLongLong())
+                        .arg(i)
+                        .arg(1 + i % 7)
+                        .arg(wasted(i) ? 2 : 0); // a null cell keeps the table's default
+    EXPECT_EQ(stored(), expected);
+
+    // Drop 330 lines (two with substitutes), change ten, add two.
+    BomCard loaded = load(*session, id);
+    for (int row : {20, 21})
+        db().exec(QStringLiteral("INSERT INTO ProstruOpt(AutoID, cInvCode) VALUES (?, 'SP100')"),
+                  {loaded.lines.value(row, QStringLiteral("autoid"))});
+    for (int row = 10; row < 340; ++row)
+        loaded.lines.setEditprop(row, QStringLiteral("D"));
+    for (int row = 0; row < 10; ++row) {
+        loaded.lines.setValue(row, QStringLiteral("ipsquantity"), 9.0);
+        loaded.lines.setEditprop(row, QStringLiteral("M"));
+    }
+    const int rim = addLine(loaded, QStringLiteral("RM100"), 4);
+    addLine(loaded, QStringLiteral("SP100"), 5);
+    ASSERT_TRUE(save(*session, loaded, 1)) << session->prompter.texts().join('|').toStdString();
+    ASSERT_EQ(loaded.lines.rowCount(), 122);
+    expected.clear();
+    for (int row = 0; row < loaded.lines.rowCount(); ++row) {
+        const int i = row < 10 ? row : row + 330;
+        expected << QStringLiteral("%1 %2 %3 %4 linked")
+                        .arg(loaded.lines.value(row, QStringLiteral("autoid")).toLongLong())
+                        .arg(loaded.lines.text(row, QStringLiteral("cpscode")))
+                        .arg(row < 10           ? 9
+                             : row >= rim - 330 ? 4 + row - (rim - 330)
+                                                : 1 + i % 7)
+                        .arg(row >= rim - 330 ? 0
+                             : wasted(i)      ? 2
+                                              : 0);
+    }
+    EXPECT_EQ(stored(), expected);
+    EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID NOT IN (SELECT "
+                                   "autoid FROM ProductStructures)")),
+              0);
+    EXPECT_EQ(total("SD100", "W0"), 9.0);
+    EXPECT_EQ(total("SD100", "W15"), 0.0);
 }
 
 BOM_INSTANTIATE_BACKENDS(SaveTest);

@@ -3,6 +3,8 @@
 #include "db/Transaction.h"
 #include "support/TestAccount.h"
 
+#include <QSqlQuery>
+
 using namespace bom;
 using bomservice::BomCard;
 using bomservice::BomValidator;
@@ -201,6 +203,87 @@ TEST_P(ValidatorTest, CyclesAreFoundThroughAnyVariantAndAnyNumberOfPaths) {
     EXPECT_TRUE(cycles.CheckDirectCycle(QStringLiteral("FR100"), QStringLiteral("RM100")));
     EXPECT_FALSE(cycles.CheckCycleUp(newCard(QStringLiteral("TU100"), {}), QStringLiteral("BK200"),
                                      QStringLiteral("TU100")));
+}
+
+TEST_P(ValidatorTest, LineRulesAnswerInRowOrderWhateverTheirSize) {
+    BomValidator validator(session->session());
+    auto duplicate = [&](const BomCard& card) {
+        session->prompter.clear();
+        const bool ok = validator.CheckLineDuplicates(card);
+        EXPECT_EQ(ok, session->prompter.texts().isEmpty());
+        return ok ? QString() : session->prompter.texts().first();
+    };
+    // The first line that has a later twin is named, not the first line that repeats one.
+    const QString rim = QStringLiteral("RM100"), spoke = QStringLiteral("SP100");
+    EXPECT_EQ(duplicate(newCard(QStringLiteral("SD100"), {rim, spoke, spoke, rim})),
+              QStringLiteral("子件编码（RM100）出现重复，请修改！"));
+    BomCard card = newCard(QStringLiteral("SD100"), {spoke, rim, rim});
+    card.lines.setEditprop(1, QStringLiteral("D"));
+    EXPECT_EQ(duplicate(card), QString()); // a deleted line is no twin
+    card.lines.setValue(0, QStringLiteral("cfree2"), QStringLiteral("L"));
+    addLine(card, spoke);
+    EXPECT_EQ(duplicate(card), QString()); // a free item tells lines apart
+    card.lines.setValue(3, QStringLiteral("csocode"), QStringLiteral("SO1"));
+    addLine(card, spoke);
+    card.lines.setValue(4, QStringLiteral("csocode"), QStringLiteral("SO1 "));
+    addLine(card, QStringLiteral("sp100"));
+    EXPECT_EQ(duplicate(card), QString()); // plain text: blanks and case count
+    // A null cell and an empty one read the same; so do a number and its text.
+    card.lines.setValue(5, QStringLiteral("cpscode"), spoke);
+    card.lines.setValue(5, QStringLiteral("cfree2"), QStringLiteral("L"));
+    card.lines.setValue(5, QStringLiteral("cfree5"), QStringLiteral(""));
+    EXPECT_EQ(duplicate(card), QStringLiteral("子件编码（SP100）出现重复，请修改！"));
+    card.lines.setValue(0, QStringLiteral("cfree7"), 7);
+    card.lines.setValue(5, QStringLiteral("cfree7"), QStringLiteral("7.0"));
+    EXPECT_EQ(duplicate(card), QString());
+    card.lines.setValue(5, QStringLiteral("cfree7"), QStringLiteral("7"));
+    EXPECT_EQ(duplicate(card), QStringLiteral("子件编码（SP100）出现重复，请修改！"));
+
+    // 1,200 lines, past one look-up's worth of items: the first failing line speaks, however
+    // far down, and a deleted line is not looked at.
+    {
+        QSqlQuery insert =
+            db().prepare(QStringLiteral("INSERT INTO Inventory(iId, cInvCode, cInvName, bPurchase, "
+                                        "bFree2) VALUES (?,?,'v',1,?)"));
+        db::Transaction tx(db());
+        for (int i = 0; i < 1200; ++i)
+            db().run(insert, {200000 + i, QStringLiteral("V%1").arg(i), i == 1100 ? 1 : 0});
+        tx.commit();
+    }
+    QStringList many;
+    for (int i = 0; i < 1200; ++i)
+        many << QStringLiteral("V%1").arg(i);
+    BomCard big = newCard(QStringLiteral("SD100"), many);
+    EXPECT_EQ(verdict(big), QString());
+    big.lines.setValue(1150, QStringLiteral("cpscode"), QStringLiteral("NOPE"));
+    big.lines.setValue(1180, QStringLiteral("cfree1"), QStringLiteral("RED"));
+    EXPECT_EQ(verdict(big), QStringLiteral("存货NOPE不存在，请检查！"));
+    big.lines.setValue(700, QStringLiteral("cfree1"), QStringLiteral("RED"));
+    EXPECT_EQ(verdict(big), QStringLiteral("不允许设置颜色，请检查！"));
+    big.lines.setValue(700, QStringLiteral("cfree1"), QVariant());
+    big.lines.setValue(1100, QStringLiteral("cfree2"), QStringLiteral("XL")); // V1100 has sizes
+    big.lines.setValue(1160, QStringLiteral("cfree4"), QStringLiteral("x"));
+    EXPECT_EQ(verdict(big), QStringLiteral("存货NOPE不存在，请检查！"));
+    big.lines.setEditprop(1150, QStringLiteral("D"));
+    EXPECT_EQ(verdict(big), QStringLiteral("不允许设置自由项4，请检查！"));
+    big.lines.setValue(1160, QStringLiteral("cfree4"), QVariant());
+    big.lines.setValue(1180, QStringLiteral("cfree1"), QVariant());
+    EXPECT_EQ(verdict(big), QString());
+    big.lines.setValue(1199, QStringLiteral("cpscode"), QStringLiteral("V0"));
+    EXPECT_EQ(verdict(big), QStringLiteral("子件编码（V0）出现重复，请修改！"));
+
+    // Flagged lines are numbered among the live ones; a component's BOM counts only for the
+    // variant it is (sales order and free items trimmed, as the identity rule reads them).
+    BomCard flagged =
+        newCard(QStringLiteral("SD100"), {QStringLiteral("TY100"), rim, QStringLiteral("WH100")});
+    flagged.lines.setEditprop(0, QStringLiteral("D"));
+    flagged.lines.setValue(1, QStringLiteral("replaceflag"), QStringLiteral("是"));
+    flagged.lines.setValue(2, QStringLiteral("replaceflag"), QStringLiteral("是"));
+    flagged.lines.setValue(2, QStringLiteral("csocode"), QStringLiteral("SO-X"));
+    EXPECT_EQ(verdict(flagged), QString());
+    flagged.lines.setValue(2, QStringLiteral("csocode"), QStringLiteral("  "));
+    EXPECT_EQ(verdict(flagged),
+              QStringLiteral("行[2]物料[WH100]为半成品或成品，替代标示不能为[是]。"));
 }
 
 BOM_INSTANTIATE_BACKENDS(ValidatorTest);

@@ -117,4 +117,58 @@ TEST_P(DatabaseTest, TransactionsRollBackUnlessCommittedAndValuesStayText) {
     EXPECT_THROW(db->exec(QStringLiteral("SELECT * FROM no_such_table")), db::DbError);
 }
 
+TEST_P(DatabaseTest, ReusedStatementsSurviveFailuresRollbacksAndSchemaChanges) {
+    auto db = db::Database::open(account->url(), db::Database::OpenMode::CreateIfMissing);
+    auto other = db::Database::open(account->url());
+    db->exec(QStringLiteral("CREATE TABLE probe (k INTEGER PRIMARY KEY, v TEXT)"));
+    const QString insert = QStringLiteral("INSERT INTO probe(k, v) VALUES (?, ?)");
+    const QString byKey = QStringLiteral("SELECT * FROM probe WHERE k=?");
+
+    // A statement first run in a transaction that is rolled back, or one that failed, works
+    // again afterwards.
+    {
+        db::Transaction tx(*db);
+        db->exec(insert, {1, QStringLiteral("a")});
+    }
+    EXPECT_EQ(db->exec(insert, {1, QStringLiteral("b")}), 1);
+    {
+        db::Transaction tx(*db);
+        EXPECT_THROW(db->exec(insert, {1, QStringLiteral("again")}), db::DbError);
+    }
+    EXPECT_EQ(db->exec(insert, {2, QStringLiteral("c")}), 1);
+
+    // The same SQL read again while it is being read.
+    QStringList seen;
+    db->stream(
+        QStringLiteral("SELECT v FROM probe WHERE k>=? ORDER BY k"), {1}, [](const QStringList&) {},
+        [&](QVariantList&& row) {
+            seen << row.at(0).toString();
+            if (!db->isPostgres()) // PostgreSQL's driver ends a streamed read at the next query
+                seen << db->scalar(QStringLiteral("SELECT v FROM probe WHERE k>=? ORDER BY k"), {2})
+                            .toString();
+        });
+    EXPECT_EQ(seen, db->isPostgres() ? QStringList({"b", "c"}) : QStringList({"b", "c", "c", "c"}));
+
+    // A read whose other rows were not wanted leaves no snapshot behind: another connection's
+    // write is seen at once.
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT v FROM probe WHERE k>=? ORDER BY k"), {1}),
+              QStringLiteral("b"));
+    other->exec(insert, {3, QStringLiteral("d")});
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT count(*) FROM probe WHERE k>=?"), {0}).toInt(), 3);
+
+    // A kept SELECT * follows the table's new columns.
+    EXPECT_EQ(db->query(byKey, {3}).columns().size(), 2);
+    db->exec(QStringLiteral("ALTER TABLE probe ADD COLUMN w TEXT"));
+    EXPECT_EQ(db->query(byKey, {3}).columns().size(), 3);
+
+    // However many different statements run, only so many are kept.
+    for (int i = 0; i < db::Database::kMaxStatements + 20; ++i)
+        EXPECT_EQ(
+            db->scalar(QStringLiteral("SELECT count(*) + %1 FROM probe WHERE k>?").arg(i), {0})
+                .toInt(),
+            3 + i);
+    EXPECT_EQ(db->cachedStatements(), db::Database::kMaxStatements);
+    EXPECT_EQ(db->query(byKey, {2}).at(0).at(1).toString(), QStringLiteral("c"));
+}
+
 BOM_INSTANTIATE_BACKENDS(DatabaseTest);
