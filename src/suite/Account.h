@@ -19,6 +19,13 @@ public:
         int depth = 3;
         int fanout = 10;
         quint32 seed = 1;
+        // 0: made items per level double towards the top and draw sub-assemblies from the whole
+        // level below. S > 0: every level holds boms/depth items (the top takes the rest), cut
+        // into product families of `family` items per level; each BOM draws S sub-assemblies
+        // from its family one level down, so each is used by S parents on average and the
+        // paths up from a low sub-assembly multiply while its ancestors stay in its family.
+        int share = 0;
+        int family = 50;
     };
 
     // Creates the account at `url` with operator `userId` holding every right. Refuses an

@@ -14,6 +14,8 @@ AccountGenerator::AccountGenerator(db::Database& db, Account::GenerateOptions op
     : db_(db), options_(options), random_(options.seed) {
     options_.depth = std::max(1, options_.depth);
     options_.fanout = std::max(1, options_.fanout);
+    options_.share = std::max(0, options_.share);
+    options_.family = std::max(1, options_.family);
 }
 
 QString AccountGenerator::nextGuid() {
@@ -26,28 +28,84 @@ QString AccountGenerator::nextGuid() {
 }
 
 void AccountGenerator::planItems() {
-    // Made items per level grow towards the top (level `depth` holds the finished goods).
     byLevel_.assign(options_.depth + 1, {});
-    double weightSum = 0;
-    for (int level = 1; level <= options_.depth; ++level)
-        weightSum += double(1 << std::min(level, 20));
-    int assigned = 0;
-    for (int level = options_.depth; level >= 1; --level) {
-        int count = level == 1 ? options_.boms - assigned
-                               : int(options_.boms * double(1 << std::min(level, 20)) / weightSum);
-        count = std::max(0, std::min(count, options_.boms - assigned));
-        for (int i = 0; i < count; ++i) {
+    std::vector<int> counts(options_.depth + 1, 0);
+    if (options_.share > 0) {
+        const int perLevel = std::max(1, options_.boms / options_.depth);
+        int assigned = 0;
+        for (int level = 1; level < options_.depth; ++level) {
+            counts[level] = std::min(perLevel, options_.boms - assigned);
+            assigned += counts[level];
+        }
+        counts[options_.depth] = options_.boms - assigned;
+    } else {
+        // Made items per level grow towards the top (level `depth` holds the finished goods).
+        double weightSum = 0;
+        for (int level = 1; level <= options_.depth; ++level)
+            weightSum += double(1 << std::min(level, 20));
+        int assigned = 0;
+        for (int level = options_.depth; level >= 1; --level) {
+            int count = level == 1
+                            ? options_.boms - assigned
+                            : int(options_.boms * double(1 << std::min(level, 20)) / weightSum);
+            counts[level] = std::max(0, std::min(count, options_.boms - assigned));
+            assigned += counts[level];
+        }
+    }
+    for (int level = options_.depth; level >= 1; --level)
+        for (int i = 0; i < counts[level]; ++i) {
             byLevel_[level].push_back(int(items_.size()));
             items_.push_back({QStringLiteral("G%1-%2").arg(level).arg(i + 1, 6, 10, QChar('0')),
                               nextGuid(), level});
         }
-        assigned += count;
-    }
     const int purchased = std::max(options_.fanout * 10, options_.boms / 5);
     for (int i = 0; i < purchased; ++i) {
         byLevel_[0].push_back(int(items_.size()));
         items_.push_back({QStringLiteral("P-%1").arg(i + 1, 6, 10, QChar('0')), QString(), 0});
     }
+}
+
+std::vector<int> AccountGenerator::pickAnywhere(int level) {
+    const std::vector<int>& below = byLevel_[level - 1];
+    const std::vector<int>& purchased = byLevel_[0];
+    std::vector<int> chosen;
+    for (int n = 0; int(chosen.size()) < options_.fanout && n < options_.fanout * 4; ++n) {
+        const std::vector<int>& pool = (n % 2 == 0 && !below.empty()) ? below : purchased;
+        const int pick =
+            pool[std::uniform_int_distribution<std::size_t>(0, pool.size() - 1)(random_)];
+        if (std::find(chosen.begin(), chosen.end(), pick) == chosen.end())
+            chosen.push_back(pick);
+    }
+    return chosen;
+}
+
+std::vector<int> AccountGenerator::pickInFamily(int level, std::size_t position) {
+    std::vector<int> chosen;
+    const std::vector<int>& below = byLevel_[level - 1];
+    if (level > 1 && !below.empty()) {
+        const std::size_t width = std::size_t(options_.family);
+        // The top level may hold a few more items than the others: they join the last family.
+        const std::size_t first = std::min(position / width, (below.size() - 1) / width) * width;
+        std::vector<int> family(below.begin() + std::ptrdiff_t(first),
+                                below.begin() +
+                                    std::ptrdiff_t(std::min(first + width, below.size())));
+        const std::size_t take =
+            std::min({std::size_t(options_.share), std::size_t(options_.fanout), family.size()});
+        for (std::size_t k = 0; k < take; ++k) {
+            std::swap(
+                family[k],
+                family[std::uniform_int_distribution<std::size_t>(k, family.size() - 1)(random_)]);
+            chosen.push_back(family[k]);
+        }
+    }
+    const std::vector<int>& purchased = byLevel_[0];
+    for (int n = 0; int(chosen.size()) < options_.fanout && n < options_.fanout * 4; ++n) {
+        const int pick =
+            purchased[std::uniform_int_distribution<std::size_t>(0, purchased.size() - 1)(random_)];
+        if (std::find(chosen.begin(), chosen.end(), pick) == chosen.end())
+            chosen.push_back(pick);
+    }
+    return chosen;
 }
 
 void AccountGenerator::writeMasterData() {
@@ -80,22 +138,14 @@ void AccountGenerator::writeBoms() {
     std::map<std::pair<QString, QString>, double> totals;
     std::uniform_int_distribution<int> quantity(1, 9);
     for (int level = 1; level <= options_.depth; ++level) {
-        const std::vector<int>& below = byLevel_[level - 1];
-        const std::vector<int>& purchased = byLevel_[0];
-        for (int parentIndex : byLevel_[level]) {
-            const Item& parent = items_[parentIndex];
+        for (std::size_t position = 0; position < byLevel_[level].size(); ++position) {
+            const Item& parent = items_[byLevel_[level][position]];
             db_.run(header, {parent.guid, parent.code});
             header.next();
             const qint64 id = header.value(0).toLongLong();
             header.finish();
-            std::vector<int> chosen;
-            for (int n = 0; int(chosen.size()) < options_.fanout && n < options_.fanout * 4; ++n) {
-                const std::vector<int>& pool = (n % 2 == 0 && !below.empty()) ? below : purchased;
-                const int pick =
-                    pool[std::uniform_int_distribution<std::size_t>(0, pool.size() - 1)(random_)];
-                if (std::find(chosen.begin(), chosen.end(), pick) == chosen.end())
-                    chosen.push_back(pick);
-            }
+            const std::vector<int> chosen =
+                options_.share > 0 ? pickInFamily(level, position) : pickAnywhere(level);
             for (int componentIndex : chosen) {
                 const Item& component = items_[componentIndex];
                 const double qty = quantity(random_);

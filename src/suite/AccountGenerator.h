@@ -11,7 +11,8 @@ namespace bom::suite {
 
 // Builds a large, deterministic account for benchmarks: purchased items at the bottom and
 // `depth` levels of made items above them, each made item with one BOM of `fanout` lines
-// drawn from the level below (so sub-assemblies are shared) and from purchased items.
+// drawn from the level below (so sub-assemblies are shared) and from purchased items; with
+// `share`, in product families (see Account::GenerateOptions).
 class AccountGenerator {
 public:
     AccountGenerator(db::Database& db, Account::GenerateOptions options);
@@ -27,6 +28,9 @@ private:
     void planItems();
     void writeMasterData();
     void writeBoms();
+    // The components of the BOM of the `position`-th item of `level`.
+    std::vector<int> pickAnywhere(int level);
+    std::vector<int> pickInFamily(int level, std::size_t position);
     QString nextGuid();
 
     db::Database& db_;

@@ -3,6 +3,8 @@
 #include "suite/RowAuth.h"
 #include "support/TestAccount.h"
 
+#include <functional>
+
 using namespace bom;
 
 class AccountTest : public test::BackendTest {
@@ -84,6 +86,64 @@ TEST_P(AccountTest, GeneratedAccountsAreDeterministicAndLevelled) {
     EXPECT_GT(std::get<3>(a), 0); // made items are used as components
     EXPECT_EQ(a, fingerprint(other, 7));
     EXPECT_NE(std::get<2>(a), std::get<2>(fingerprint(third, 8)));
+}
+
+TEST_P(AccountTest, SharedAccountsHaveTheirDepthFamiliesAndSharing) {
+    auto db = suite::Account::create(account->url(), QStringLiteral("demo"), QStringLiteral("d"));
+    suite::Account::GenerateOptions shape{6 * 40, 6, 5, 3};
+    shape.share = 3;
+    shape.family = 8;
+    suite::Account::generate(*db, shape);
+    for (int level = 1; level <= 6; ++level)
+        EXPECT_EQ(db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE "
+                                            "cpspcode LIKE ?"),
+                             {QStringLiteral("G%1-%").arg(level)})
+                      .toInt(),
+                  40);
+    EXPECT_EQ(count(*db, "SELECT count(*) FROM ProductStructures"), 6 * 40 * 5);
+
+    // Made components: one level down, in the parent's family of 8, 3 per BOM above level 1.
+    const db::Rows made = db->query(
+        QStringLiteral("SELECT cpspcode, cpscode FROM ProductStructures WHERE cpscode LIKE 'G%'"));
+    auto level = [](const QString& code) { return code.section('-', 0, 0).mid(1).toInt(); };
+    auto family = [](const QString& code) { return (code.section('-', 1).toInt() - 1) / 8; };
+    QHash<QString, QStringList> parents;
+    QHash<QString, int> madePerBom;
+    for (std::size_t i = 0; i < made.size(); ++i) {
+        const QString parent = made.text(i, QStringLiteral("cpspcode"));
+        const QString child = made.text(i, QStringLiteral("cpscode"));
+        EXPECT_EQ(level(child), level(parent) - 1) << parent.toStdString();
+        EXPECT_EQ(family(child), family(parent)) << parent.toStdString();
+        parents[child] << parent;
+        ++madePerBom[parent];
+    }
+    EXPECT_EQ(madePerBom.size(), 5 * 40);
+    for (auto it = madePerBom.cbegin(); it != madePerBom.cend(); ++it)
+        EXPECT_EQ(it.value(), 3) << it.key().toStdString();
+    // So each sub-assembly has 3 parents on average (levels 1-5 hold 200 of them)...
+    EXPECT_EQ(made.size(), std::size_t(3 * 5 * 40));
+
+    // ...and from the bottom the ways up multiply while the ancestors stay in one family.
+    for (const QString& bottom : {QStringLiteral("G1-000001"), QStringLiteral("G1-000017")}) {
+        QSet<QString> ancestors;
+        int paths = 0;
+        std::function<void(const QString&)> up = [&](const QString& code) {
+            for (const QString& parent : parents.value(code)) {
+                ++paths;
+                ancestors.insert(parent);
+                up(parent);
+            }
+        };
+        up(bottom);
+        int top = 0;
+        for (const QString& ancestor : ancestors) {
+            EXPECT_EQ(family(ancestor), family(bottom));
+            top += level(ancestor) == 6;
+        }
+        EXPECT_GT(top, 0) << bottom.toStdString();
+        EXPECT_LE(ancestors.size(), 5 * 8);
+        EXPECT_GT(paths, 4 * ancestors.size()) << bottom.toStdString();
+    }
 }
 
 TEST_P(AccountTest, RowRightsOfTheRestrictedOperator) {

@@ -38,7 +38,9 @@ int runInit(CtlContext& ctx) {
     const auto depth = intOption(ctx, QStringLiteral("--depth"), 3, 1);
     const auto fanout = intOption(ctx, QStringLiteral("--fanout"), 10, 1);
     const auto seed = intOption(ctx, QStringLiteral("--seed"), 1, 0);
-    if (!depth || !fanout || !seed)
+    const auto share = intOption(ctx, QStringLiteral("--share"), 0, 0);
+    const auto family = intOption(ctx, QStringLiteral("--family"), 50, 1);
+    if (!depth || !fanout || !seed || !share || !family)
         return ExitUsage;
     const auto words = ctx.positional(1, 1);
     if (!words)
@@ -54,6 +56,8 @@ int runInit(CtlContext& ctx) {
     options.depth = *depth;
     options.fanout = *fanout;
     options.seed = quint32(*seed);
+    options.share = *share;
+    options.family = *family;
     QElapsedTimer timer;
     timer.start();
     try {
@@ -228,7 +232,9 @@ int runSetting(CtlContext& ctx) {
 
 std::vector<Command> accountCommands() {
     return {
-        {"init", "init URL [--demo | --generate N [--depth D] [--fanout F] [--seed S]] [--user ID]",
+        {"init",
+         "init URL [--demo | --generate N [--depth D] [--fanout F] [--seed S] [--share P "
+         "[--family W]]] [--user ID]",
          runInit},
         {"operator", "operator list | add ID NAME [--password] | remove ID", runOperator},
         {"rights", "rights show|grant|revoke ID KIND [CODE…] [--all|--none]", runRights},
