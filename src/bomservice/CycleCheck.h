@@ -3,6 +3,7 @@
 #include "RowSet.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -34,14 +35,22 @@ public:
                           const QString& parentTerm = QStringLiteral("母件"),
                           const QString& componentTerm = QStringLiteral("子件"));
 
-    // The cycle found last: the card's parent, each BOM parent above it, up to the component.
+    // The cycle found last: the card's parent, then the way up that a depth-first walk taking
+    // each item's parents in code order finds first, up to the component.
     const QStringList& lastPath() const { return lastPath_; }
 
 private:
-    // Every item above `code` in the stored BOMs, each mapped to the child it was reached from.
-    QHash<QString, QString> ancestorsOf(const QString& code);
-    bool report(const QString& parent, const QString& component,
-                const QHash<QString, QString>& via);
+    // `code` and every item above it in the stored BOMs.
+    QSet<QString> reachFrom(const QString& code);
+    // Whether `component` is above `code`; `reach` is reachFrom(code).
+    bool isAbove(const QString& component, const QString& code, const QSet<QString>& reach);
+    // The parents of each of `codes`, sorted by code.
+    QHash<QString, QStringList> parentsOf(const QSet<QString>& codes);
+    // The first way from `from` up to `component` in depth-first order, without `from`;
+    // `reach` is reachFrom(from).
+    QStringList wayUp(const QString& from, const QString& component, const QSet<QString>& reach);
+    bool report(const QString& parent, const QString& from, const QString& component,
+                const QSet<QString>& reach);
 
     db::Database& db_;
     suite::Prompter& prompter_;
