@@ -1,6 +1,7 @@
 #pragma once
 
 #include "db/Database.h"
+#include "suite/Account.h"
 
 #include <QString>
 #include <chrono>
@@ -13,6 +14,11 @@ namespace bom::bench {
 // The generated account a benchmark runs on: reused when the file exists (made once with
 // 100,000 BOMs of 10 lines over 3 levels), so repeated runs measure, not generate.
 std::unique_ptr<db::Database> openGeneratedAccount(const QString& url, int boms);
+// The same for an account of another shape, kept at shapedUrl(url, shape).
+std::unique_ptr<db::Database> openGeneratedAccount(const QString& url,
+                                                   const suite::Account::GenerateOptions& shape);
+// `url` with the shape in the file or database name, so that every shape has its own account.
+QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& shape);
 
 // Runs `work` `runs` times and answers the durations in milliseconds, sorted.
 std::vector<double> measure(int runs, const std::function<void()>& work);
