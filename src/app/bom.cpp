@@ -1,10 +1,12 @@
 // bom: the desktop host. Opens an account and starts the BOM module's session on it.
 #include "db/DbError.h"
 #include "entry/IProduct.h"
+#include "list/FileChooserDialog.h"
 #include "list/ProductListWindow.h"
 #include "suite/Account.h"
 #include "suite/Login.h"
 #include "suite/qt/QtPrompter.h"
+#include "suite/qt/QtTranslations.h"
 #include "suite/qt/SignInDialog.h"
 
 #include <QApplication>
@@ -25,7 +27,8 @@ bool hasDisplay() {
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
-// The demo account in the user's data folder, made on first use.
+// The demo account in the user's data folder (not among the documents a planner exports to),
+// made on first use.
 QString demoAccountUrl(QString* error) {
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
     QDir().mkpath(folder);
@@ -79,6 +82,10 @@ int main(int argc, char** argv) {
     }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("bom"));
+    // Before the first dialog: Qt's own texts in Chinese, and file dialogs that never open the
+    // files they list (the account among them).
+    suite::QtTranslations::install();
+    list::FileChooserDialog::guardApplication();
     QCommandLineParser parser;
     parser.addHelpOption();
     parser.addOption({QStringLiteral("db"), QStringLiteral("账套地址"), QStringLiteral("URL")});

@@ -2,6 +2,8 @@
 
 #include "suite/Prompter.h"
 
+#include <QMessageBox>
+
 class QWidget;
 
 namespace bom::suite {
@@ -12,6 +14,9 @@ public:
     void info(const QString& text, const QString& title, int style) override;
     Answer ask(const QString& text, const QString& title, int style) override;
     void setParent(QWidget* parent) { parent_ = parent; }
+
+    // The button Enter presses for a question of `style`.
+    static QMessageBox::StandardButton defaultButton(int style);
 
 private:
     QWidget* parent_ = nullptr;

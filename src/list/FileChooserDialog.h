@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QFileDialog>
+
+class QAbstractFileIconProvider;
+
+namespace bom::list {
+
+// Every file dialog of the module. A file dialog lists folders, and the account's folder may be
+// among them: whatever in this process opens and closes the account file, even only to read its
+// first bytes, cancels every POSIX lock SQLite holds on it, and another process may then remove
+// the write-ahead log under the open window. So the dialog is Qt's own, never the platform's,
+// and its files get their type and icon from their names alone.
+class FileChooserDialog : public QFileDialog {
+    Q_OBJECT
+public:
+    FileChooserDialog(QWidget* parent, const QString& caption, const QString& directory,
+                      const QStringList& nameFilters);
+
+    // Asks where to save; "" when cancelled. `selectedFilter` gets the chosen name filter.
+    static QString saveFileName(QWidget* parent, const QString& caption, const QString& file,
+                                const QStringList& nameFilters, QString* selectedFilter = nullptr);
+
+    // The icon provider that never opens a file.
+    static QAbstractFileIconProvider* nameOnlyIcons();
+    // Gives every file system model under `root` (file dialogs, the file name completer of the
+    // print dialog) the name-only icon provider.
+    static void guardFileModels(QObject* root);
+    // From now on, every dialog Qt itself opens (the print preview's print and save dialogs)
+    // is Qt's own and is guarded before it lists anything.
+    static void guardApplication();
+};
+
+} // namespace bom::list
