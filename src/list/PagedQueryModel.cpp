@@ -4,6 +4,7 @@
 
 #include "db/DbError.h"
 
+#include <QScopedValueRollback>
 #include <QSqlError>
 #include <QSqlRecord>
 #include <climits>
@@ -43,12 +44,12 @@ void PagedQueryModel::mapColumns() {
 }
 
 bool PagedQueryModel::open(db::Database& db, const db::SqlCondition& sql, bool readAll) {
+    const Marks kept = marks();
     beginResetModel();
     rows_.clear();
     query_ = QSqlQuery();
     fields_.clear();
     more_ = false;
-    newRowsSelected_ = false;
     QString error;
     try {
         query_ = db.prepare(sql.sql);
@@ -56,6 +57,9 @@ bool PagedQueryModel::open(db::Database& db, const db::SqlCondition& sql, bool r
         const QSqlRecord record = query_.record();
         for (int i = 0; i < record.count(); ++i)
             fields_ << record.fieldName(i).toLower();
+        keyIndex_ = keyColumn_.isEmpty() ? -1 : int(fields_.indexOf(keyColumn_));
+        // Without keys, only "every row" can be told again.
+        marks_ = keyIndex_ < 0 ? Marks{kept.all, {}} : kept;
         more_ = true;
         rows_ = read(readAll ? INT_MAX : kPageSize);
     } catch (const db::DbError& e) {
@@ -71,17 +75,34 @@ bool PagedQueryModel::open(db::Database& db, const db::SqlCondition& sql, bool r
 }
 
 void PagedQueryModel::clear() {
+    const Marks kept = marks();
     beginResetModel();
     rows_.clear();
     query_ = QSqlQuery();
     more_ = false;
-    newRowsSelected_ = false;
+    marks_ = kept;
     endResetModel();
+}
+
+QString PagedQueryModel::keyOf(const Row& row) const {
+    return keyIndex_ < 0 ? QString() : row.values.at(keyIndex_).toString();
+}
+
+bool PagedQueryModel::markedOnArrival(const QVariantList& values) const {
+    if (keyIndex_ < 0)
+        return marks_.all;
+    return marks_.all != marks_.keys.contains(values.at(keyIndex_).toString());
 }
 
 std::vector<PagedQueryModel::Row> PagedQueryModel::read(int count) {
     std::vector<Row> batch;
+    // Whoever is told of the progress may let the view paint, and a view that paints asks for
+    // more rows: those must not come in between the rows of this read.
+    const QScopedValueRollback<bool> reading(reading_, true);
+    const bool tell = count > kPageSize && onRowsRead;
     while (more_ && int(batch.size()) < count) {
+        if (tell && !batch.empty() && batch.size() % kPageSize == 0)
+            onRowsRead(int(rows_.size() + batch.size()));
         if (!query_.next()) {
             more_ = false;
             const QSqlError error = query_.lastError();
@@ -91,10 +112,11 @@ std::vector<PagedQueryModel::Row> PagedQueryModel::read(int count) {
                 throw db::DbError(errorText(error), query_.lastQuery());
             break;
         }
-        Row row{newRowsSelected_, {}};
+        Row row;
         row.values.reserve(fields_.size());
         for (int i = 0; i < fields_.size(); ++i)
             row.values << query_.value(i);
+        row.selected = markedOnArrival(row.values);
         batch.push_back(std::move(row));
     }
     return batch;
@@ -179,6 +201,9 @@ Qt::ItemFlags PagedQueryModel::flags(const QModelIndex& index) const {
 }
 
 QVariant PagedQueryModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    // Row numbers line up by their last digit, however many digits they grow to.
+    if (orientation == Qt::Vertical && role == Qt::TextAlignmentRole)
+        return QVariant(Qt::AlignRight | Qt::AlignVCenter);
     if (role != Qt::DisplayRole)
         return {};
     if (orientation == Qt::Vertical)
@@ -191,11 +216,11 @@ QVariant PagedQueryModel::headerData(int section, Qt::Orientation orientation, i
 }
 
 bool PagedQueryModel::canFetchMore(const QModelIndex& parent) const {
-    return !parent.isValid() && more_;
+    return !parent.isValid() && more_ && !reading_;
 }
 
 void PagedQueryModel::fetchMore(const QModelIndex& parent) {
-    if (!parent.isValid() && more_)
+    if (canFetchMore(parent))
         appendRows(kPageSize, true);
 }
 
@@ -246,9 +271,27 @@ void PagedQueryModel::setSelected(int row, bool selected) {
 }
 
 void PagedQueryModel::setAllSelected(bool selected) {
-    newRowsSelected_ = selected;
+    setMarks({selected, {}});
+}
+
+PagedQueryModel::Marks PagedQueryModel::marks() const {
+    Marks out = marks_;
+    if (keyIndex_ < 0)
+        return {out.all, {}};
+    for (const Row& row : rows_) {
+        // A key in the set is an exception to `all`.
+        if (row.selected != out.all)
+            out.keys.insert(keyOf(row));
+        else
+            out.keys.remove(keyOf(row));
+    }
+    return out;
+}
+
+void PagedQueryModel::setMarks(Marks marks) {
+    marks_ = std::move(marks);
     for (Row& row : rows_)
-        row.selected = selected;
+        row.selected = markedOnArrival(row.values);
     if (!rows_.empty())
         emit dataChanged(index(0, 0), index(int(rows_.size()) - 1, 0), {Qt::CheckStateRole});
 }
@@ -262,12 +305,15 @@ std::vector<int> PagedQueryModel::selectedRows() const {
 }
 
 int PagedQueryModel::findRow(const std::function<bool(int)>& match, int from, int limit) {
+    const int before = int(rows_.size());
     for (int row = std::max(from, 0);; ++row) {
         while (row >= int(rows_.size())) {
             if (!more_ || (limit >= 0 && int(rows_.size()) >= limit))
                 return -1;
             if (!appendRows(kPageSize, false))
                 return -1;
+            if (onRowsRead && int(rows_.size()) - before > kPageSize)
+                onRowsRead(int(rows_.size()));
         }
         if (match(row))
             return row;

@@ -4,16 +4,21 @@
 #include "BomList.h"
 #include "BomListCommands.h"
 #include "ColumnSettingsDialog.h"
+#include "FileChooserDialog.h"
 #include "ListPrinter.h"
 #include "PagedQueryModel.h"
 #include "db/DbError.h"
+#include "db/DbUrl.h"
 #include "entry/Common.h"
 #include "entry/Session.h"
 #include "suite/qt/QtPrompter.h"
+#include "suite/qt/QtTranslations.h"
 
+#include <QApplication>
 #include <QCloseEvent>
+#include <QCryptographicHash>
 #include <QDir>
-#include <QFileDialog>
+#include <QFileInfo>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QInputDialog>
@@ -24,10 +29,18 @@
 #include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
+#include <QProgressDialog>
 #include <QSaveFile>
+#include <QScopedValueRollback>
+#include <QSettings>
 #include <QSplitter>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QStyleOptionHeader>
 #include <QTableView>
 #include <QTextDocument>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -37,16 +50,30 @@ namespace bom::list {
 namespace {
 
 const QString kNoData = QStringLiteral("没有可用数据！");
+const QString kCsvFilter = QStringLiteral("CSV 文件 (*.csv)");
+const QString kPdfFilter = QStringLiteral("PDF 文件 (*.pdf)");
+const QString kSelectionColumn = QStringLiteral("selcol");
 
-// Column settings with the table view's columns: 0 is the selection mark.
-void applyColumns(QTableView* view, const PagedQueryModel& model) {
-    view->setColumnWidth(0, 40);
-    for (int column = 1; column < model.columnCount(); ++column) {
-        const suite::ColumnSetting* setting = model.settingOf(column);
-        view->setColumnHidden(column, setting && (!setting->visible || setting->width <= 0));
-        if (setting && setting->width > 0)
-            view->setColumnWidth(column, setting->width);
-    }
+QString fieldOf(const PagedQueryModel& model, int column) {
+    if (column == 0)
+        return kSelectionColumn;
+    const suite::ColumnSetting* setting = model.settingOf(column);
+    return setting ? setting->fieldName.toLower() : QString();
+}
+
+QVariantMap toMap(const QHash<QString, int>& widths) {
+    QVariantMap map;
+    for (auto it = widths.begin(); it != widths.end(); ++it)
+        map.insert(it.key(), it.value());
+    return map;
+}
+
+QHash<QString, int> fromMap(const QVariantMap& map) {
+    QHash<QString, int> widths;
+    for (auto it = map.begin(); it != map.end(); ++it)
+        if (it.value().toInt() > 0)
+            widths.insert(it.key(), it.value().toInt());
+    return widths;
 }
 
 } // namespace
@@ -67,6 +94,27 @@ void PendingWindowsHandover::openBatch(const QString&, const std::vector<ListRow
 void PendingWindowsHandover::openColourSize(const QString&, const ListRow&) {
     pending();
 }
+
+// Long work: the wait cursor while it lasts, and a progress dialog once many rows are read
+// (ProductListWindow::rowsRead). Scopes nest; the outermost one ends both.
+class ProductListWindow::Busy {
+public:
+    explicit Busy(const ProductListWindow& window) : window_(window) {
+        if (window_.busy_++ == 0)
+            QApplication::setOverrideCursor(Qt::WaitCursor);
+    }
+    ~Busy() {
+        if (--window_.busy_ > 0)
+            return;
+        window_.progress_.reset();
+        QApplication::restoreOverrideCursor();
+    }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+
+private:
+    const ProductListWindow& window_;
+};
 
 ProductListWindow::ProductListWindow(entry::Session& session)
     : session_(session), handover_(session) {
@@ -89,6 +137,8 @@ ProductListWindow::ProductListWindow(entry::Session& session)
     layout->addWidget(caption_);
 
     auto* splitter = new QSplitter(Qt::Vertical, central);
+    splitter_ = splitter;
+    splitter->setObjectName(QStringLiteral("lists"));
     parentModel_ = new PagedQueryModel(this);
     componentModel_ = new PagedQueryModel(this);
     for (PagedQueryModel* model : {parentModel_, componentModel_})
@@ -96,14 +146,18 @@ ProductListWindow::ProductListWindow(entry::Session& session)
             if (!closed_)
                 session_.ShowInfo(message);
         };
+    // Marks belong to BOMs and lines, so a reload after a command keeps them.
+    parentModel_->setKeyColumn(QStringLiteral("iautoid"));
+    componentModel_->setKeyColumn(QStringLiteral("autoid"));
+    parentModel_->onRowsRead = [this](int rows) { rowsRead(rows); };
     parentPane_ = new QGroupBox(splitter);
     auto* parentLayout = new QVBoxLayout(parentPane_);
-    parentView_ = makeView(parentModel_, parentPane_);
+    parentView_ = makeView(parentModel_, parentPane_, &parentWidths_);
     parentView_->setSelectionMode(QAbstractItemView::SingleSelection);
     parentLayout->addWidget(parentView_);
     componentPane_ = new QGroupBox(splitter);
     auto* componentLayout = new QVBoxLayout(componentPane_);
-    componentView_ = makeView(componentModel_, componentPane_);
+    componentView_ = makeView(componentModel_, componentPane_, &componentWidths_);
     componentView_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     componentLayout->addWidget(componentView_);
     splitter->addWidget(parentPane_);
@@ -112,6 +166,11 @@ ProductListWindow::ProductListWindow(entry::Session& session)
     splitter->setStretchFactor(1, 2);
     layout->addWidget(splitter, 1);
     setCentralWidget(central);
+
+    countLabel_ = new QLabel(this);
+    filterLabel_ = new QLabel(this);
+    statusBar()->addPermanentWidget(filterLabel_);
+    statusBar()->addPermanentWidget(countLabel_);
 
     connect(parentView_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { loadLines(); });
@@ -126,7 +185,7 @@ ProductListWindow::~ProductListWindow() {
         qtPrompter_->setParent(nullptr);
 }
 
-QTableView* ProductListWindow::makeView(PagedQueryModel* model, QWidget* parent) {
+QTableView* ProductListWindow::makeView(PagedQueryModel* model, QWidget* parent, Widths* widths) {
     auto* view = new QTableView(parent);
     view->setModel(model);
     view->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -135,7 +194,93 @@ QTableView* ProductListWindow::makeView(PagedQueryModel* model, QWidget* parent)
     view->verticalHeader()->setDefaultSectionSize(view->fontMetrics().height() + 8);
     view->installEventFilter(this);
     view->viewport()->installEventFilter(this);
+    connect(view->horizontalHeader(), &QHeaderView::sectionResized, this,
+            [this, model, widths](int column, int, int size) {
+                // Only what the operator drags is kept, not what the settings apply.
+                const QString field = fieldOf(*model, column);
+                if (!applyingColumns_ && size > 0 && !field.isEmpty())
+                    widths->insert(field, size);
+            });
     return view;
+}
+
+void ProductListWindow::applyColumns(QTableView* view, const PagedQueryModel& model,
+                                     const Widths& widths) {
+    // A reset model forgets hidden columns and widths, so they are set after each load.
+    const QScopedValueRollback<bool> applying(applyingColumns_, true);
+    view->setColumnWidth(0, widths.value(kSelectionColumn, 40));
+    for (int column = 1; column < model.columnCount(); ++column) {
+        const suite::ColumnSetting* setting = model.settingOf(column);
+        view->setColumnHidden(column, setting && (!setting->visible || setting->width <= 0));
+        const int width = widths.value(fieldOf(model, column), setting ? setting->width : 0);
+        if (width > 0)
+            view->setColumnWidth(column, width);
+    }
+}
+
+void ProductListWindow::fitRowNumbers() {
+    // Wide enough from the start for the last row's number, so the list does not shift
+    // sideways as pages come in and the numbers grow a digit.
+    QHeaderView* header = parentView_->verticalHeader();
+    QStyleOptionHeader option;
+    option.initFrom(header);
+    option.orientation = Qt::Vertical;
+    option.text = QString::number(std::max(parentTotal(), parentModel_->rowCount()));
+    QFont bold = header->font();
+    bold.setBold(true); // the current row's number
+    option.fontMetrics = QFontMetrics(bold);
+    const QSize size =
+        header->style()->sizeFromContents(QStyle::CT_HeaderSection, &option, QSize(), header);
+    header->setMinimumWidth(size.width());
+}
+
+int ProductListWindow::parentTotal() {
+    if (parentTotal_ >= 0)
+        return parentTotal_;
+    parentTotal_ = parentModel_->rowCount();
+    if (parentModel_->readToEnd() || !session_.gConn || closed_)
+        return parentTotal_;
+    try {
+        const db::SqlCondition sql = BomList(session_).parentQuery(filter_);
+        parentTotal_ = session_.gConn
+                           ->scalar(QStringLiteral("select count(*) from (%1) listed").arg(sql.sql),
+                                    sql.params)
+                           .toInt();
+    } catch (const db::DbError& e) {
+        session_.ShowInfo(e.message());
+    }
+    return parentTotal_;
+}
+
+void ProductListWindow::updateStatus() {
+    statusPending_ = false;
+    if (closed_)
+        return;
+    countLabel_->setText(QStringLiteral("共 %1 条记录").arg(parentTotal()));
+    filterLabel_->setText(filter_.sql.isEmpty() ? QStringLiteral("未过滤")
+                                                : QStringLiteral("已过滤"));
+    fitRowNumbers();
+}
+
+void ProductListWindow::rowsRead(int rows) {
+    if (busy_ == 0)
+        return;
+    if (!progress_) {
+        if (parentTotal() - parentModel_->rowCount() < kLongRead)
+            return;
+        progress_ =
+            std::make_unique<QProgressDialog>(QStringLiteral("正在读取%1列表……").arg(terms_.title),
+                                              QString(), 0, parentTotal(), this);
+        progress_->setWindowTitle(terms_.title);
+        progress_->setWindowModality(Qt::WindowModal);
+        progress_->setMinimumDuration(0);
+        progress_->setAutoClose(false);
+        progress_->setAutoReset(false);
+    }
+    // A modal progress dialog lets the window paint while it waits; a hundred steps do.
+    const int value = std::min(rows, progress_->maximum());
+    if (value - progress_->value() >= progress_->maximum() / 100 || value == progress_->maximum())
+        progress_->setValue(value);
 }
 
 void ProductListWindow::buildToolbar() {
@@ -188,6 +333,15 @@ bool ProductListWindow::ensureCommands() {
 void ProductListWindow::dispatch(const QString& key) {
     if (closed_ || !ensureCommands())
         return;
+    // Commands over the marked BOMs may read and change many rows before the list comes back;
+    // those that open a dialog first stay without the wait cursor.
+    static const QStringList kRowWork{QStringLiteral("auditing"),  QStringLiteral("disaudit"),
+                                      QStringLiteral("stopuse"),   QStringLiteral("use"),
+                                      QStringLiteral("allselect"), QStringLiteral("allcancel"),
+                                      QStringLiteral("refresh")};
+    std::optional<Busy> busy;
+    if (kRowWork.contains(key.toLower()))
+        busy.emplace(*this);
     try {
         commands_->ExecuteCommand(key);
     } catch (const db::DbError& e) {
@@ -200,6 +354,10 @@ void ProductListWindow::dispatch(const QString& key) {
 void ProductListWindow::show() {
     if (!loaded_) {
         loaded_ = true;
+        // Wherever the module is hosted: Qt's own dialogs in Chinese, and none that reads the
+        // files of the folders it lists.
+        suite::QtTranslations::install();
+        FileChooserDialog::guardApplication();
         qtPrompter_ = dynamic_cast<suite::QtPrompter*>(&session_.prompter);
         if (qtPrompter_)
             qtPrompter_->setParent(this);
@@ -217,10 +375,47 @@ void ProductListWindow::show() {
         componentPane_->setTitle(terms_.component + QStringLiteral(":"));
         if (ensureCommands())
             commands_->UpdateDecimalPlaces();
+        restoreLayout();
         reload();
         parentView_->setFocus();
     }
     QMainWindow::show();
+}
+
+QString ProductListWindow::settingsGroup() const {
+    // The account by a digest of its address, which may hold a password.
+    const QByteArray account =
+        QCryptographicHash::hash(session_.gDbName.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return QStringLiteral("accounts/%1/%2")
+        .arg(QString::fromLatin1(account.left(16)),
+             QString::fromUtf8(session_.gUserId.toUtf8().toPercentEncoding()));
+}
+
+std::unique_ptr<QSettings> ProductListWindow::settings() const {
+    auto settings =
+        std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
+                                    QStringLiteral("bom"), QStringLiteral("ProductListWindow"));
+    settings->beginGroup(settingsGroup());
+    return settings;
+}
+
+void ProductListWindow::restoreLayout() {
+    const auto s = settings();
+    restoreGeometry(s->value(QStringLiteral("geometry")).toByteArray());
+    splitter_->restoreState(s->value(QStringLiteral("splitter")).toByteArray());
+    parentWidths_ = fromMap(s->value(QStringLiteral("parentColumns")).toMap());
+    componentWidths_ = fromMap(s->value(QStringLiteral("componentColumns")).toMap());
+}
+
+void ProductListWindow::saveLayout() {
+    const auto s = settings();
+    s->setValue(QStringLiteral("geometry"), saveGeometry());
+    s->setValue(QStringLiteral("splitter"), splitter_->saveState());
+    s->setValue(QStringLiteral("parentColumns"), toMap(parentWidths_));
+    s->setValue(QStringLiteral("componentColumns"), toMap(componentWidths_));
+    s->sync();
+    if (s->status() != QSettings::NoError)
+        qWarning("window settings not saved to %s", qPrintable(s->fileName()));
 }
 
 void ProductListWindow::raise() {
@@ -237,6 +432,8 @@ void ProductListWindow::closeEvent(QCloseEvent* event) {
     if (closed_)
         return;
     closed_ = true;
+    if (loaded_)
+        saveLayout();
     parentModel_->clear();
     componentModel_->clear();
     reader_.reset();
@@ -303,11 +500,16 @@ void ProductListWindow::loadParents() {
             parentModel_->open(*db, BomList(session_).parentQuery(filter_));
         else
             parentModel_->clear();
-        // A reset model forgets hidden columns, so they are set after it.
-        applyColumns(parentView_, *parentModel_);
+        applyColumns(parentView_, *parentModel_, parentWidths_);
     } catch (const db::DbError& e) {
         parentModel_->clear();
         session_.ShowInfo(e.message());
+    }
+    // The count waits until the list has been shown.
+    parentTotal_ = -1;
+    if (!statusPending_) {
+        statusPending_ = true;
+        QTimer::singleShot(0, this, &ProductListWindow::updateStatus);
     }
 }
 
@@ -316,19 +518,21 @@ void ProductListWindow::loadLines() {
         return;
     ++lineLoads_;
     const auto parent = currentParent();
+    const QString id = parent ? parent->text(QStringLiteral("iautoid")) : QString();
+    // Marked lines stay marked while their BOM is shown again, not into another BOM.
+    if (id != linesOf_)
+        componentModel_->setMarks({});
+    linesOf_ = id;
     try {
         componentModel_->setColumns(
             entry::Common::GetRefColumns(session_, QLatin1String(BomList::kComponentColumns))
                 .colSet);
         // Lines are few: read whole, so nothing stays open on the shared connection.
         if (session_.gConn)
-            componentModel_->open(*session_.gConn,
-                                  BomList(session_).componentQuery(
-                                      parent ? parent->text(QStringLiteral("iautoid")) : QString()),
-                                  true);
+            componentModel_->open(*session_.gConn, BomList(session_).componentQuery(id), true);
         else
             componentModel_->clear();
-        applyColumns(componentView_, *componentModel_);
+        applyColumns(componentView_, *componentModel_, componentWidths_);
     } catch (const db::DbError& e) {
         componentModel_->clear();
         session_.ShowInfo(e.message());
@@ -351,6 +555,7 @@ void ProductListWindow::setCurrentParentRow(int row) {
 void ProductListWindow::reload() {
     if (closed_)
         return;
+    const Busy busy(*this);
     const auto current = currentParent();
     const QString id = current ? current->text(QStringLiteral("iautoid")) : QString();
     const int oldRow = current ? current->number - 1 : 0;
@@ -381,6 +586,7 @@ void ProductListWindow::selectAll(bool selected) {
 }
 
 std::vector<ListRow> ProductListWindow::parentRows() const {
+    const Busy busy(*this);
     parentModel_->fetchAll();
     std::vector<ListRow> rows;
     rows.reserve(parentModel_->rowCount());
@@ -438,6 +644,8 @@ bool ProductListWindow::applyFilter(const std::vector<FilterCondition>& conditio
     }
     filterConditions_ = conditions;
     filter_ = *condition;
+    // Another filter is another list: its marks start afresh.
+    parentModel_->setMarks({});
     reload();
     return true;
 }
@@ -458,6 +666,7 @@ void ProductListWindow::columnSettings() {
 }
 
 int ProductListWindow::findParentRow(const QString& text) {
+    const Busy busy(*this);
     std::vector<int> shown;
     for (int column = 1; column < parentModel_->columnCount(); ++column)
         if (!parentView_->isColumnHidden(column))
@@ -497,8 +706,10 @@ void ProductListWindow::printSetup() {
 }
 
 std::vector<ListRow> ProductListWindow::bomsToPrint() {
-    if (parentModel_->marksNewRows())
+    if (parentModel_->marksNewRows()) {
+        const Busy busy(*this);
         parentModel_->fetchAll();
+    }
     std::vector<ListRow> boms;
     for (int row : parentModel_->selectedRows())
         boms.push_back(parentModel_->listRow(row));
@@ -508,24 +719,42 @@ std::vector<ListRow> ProductListWindow::bomsToPrint() {
     return boms;
 }
 
-void ProductListWindow::print(bool preview) {
-    const std::vector<ListRow> boms = bomsToPrint();
+QString ProductListWindow::printHtml(const std::vector<ListRow>& boms) {
     if (boms.empty()) {
         session_.ShowInfo(kNoData);
-        return;
+        return {};
     }
-    QTextDocument document;
     try {
-        document.setHtml(ListPrinter(session_, terms_).html(boms));
+        return ListPrinter(session_, terms_).html(boms);
     } catch (const db::DbError& e) {
         session_.ShowInfo(e.message());
+        return {};
+    }
+}
+
+void ProductListWindow::print(bool preview) {
+    const std::vector<ListRow> boms = bomsToPrint();
+    if (!preview && !boms.empty() && QPrinterInfo::availablePrinterNames().isEmpty()) {
+        // Without a printer the document goes to a PDF file, chosen in the module's own dialog.
+        QString filter = kPdfFilter;
+        const QString path =
+            chooseOutput(QStringLiteral("打印到文件"), terms_.title + QStringLiteral(".pdf"),
+                         {kPdfFilter}, &filter);
+        if (!path.isEmpty() && writePdf(path, boms))
+            session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
         return;
     }
+    const QString html = printHtml(boms);
+    if (html.isEmpty())
+        return;
+    QTextDocument document;
+    document.setHtml(html);
     if (!printer_)
         printer_ = std::make_unique<QPrinter>(QPrinter::HighResolution);
     if (preview) {
         QPrintPreviewDialog dialog(printer_.get(), this);
         dialog.setWindowTitle(QStringLiteral("打印预览"));
+        FileChooserDialog::guardFileModels(&dialog);
         connect(&dialog, &QPrintPreviewDialog::paintRequested, this,
                 [&document](QPrinter* printer) { document.print(printer); });
         dialog.exec();
@@ -533,22 +762,110 @@ void ProductListWindow::print(bool preview) {
     }
     QPrintDialog dialog(printer_.get(), this);
     dialog.setWindowTitle(QStringLiteral("打印"));
+    // Output to a file goes through "输出", whose dialog reads no file it lists.
+    dialog.setOption(QAbstractPrintDialog::PrintToFile, false);
+    FileChooserDialog::guardFileModels(&dialog);
     if (dialog.exec() == QDialog::Accepted)
         document.print(printer_.get());
 }
 
+QString ProductListWindow::accountPath() const {
+    const auto url = db::DbUrl::parse(session_.gDbName);
+    if (!url || url->kind != db::Dialect::Kind::Sqlite || url->isMemory())
+        return {};
+    return QFileInfo(url->path).absoluteFilePath();
+}
+
+bool ProductListWindow::isAccountFile(const QString& path) const {
+    const QString account = accountPath();
+    if (account.isEmpty())
+        return false;
+    const QFileInfo target(path);
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        const QFileInfo file(account + QLatin1String(suffix));
+        if (target.absoluteFilePath() == file.absoluteFilePath() ||
+            (target.exists() && file.exists() &&
+             target.canonicalFilePath() == file.canonicalFilePath()))
+            return true;
+    }
+    return false;
+}
+
+QString ProductListWindow::exportFolder() const {
+    // The folder of the last export, else the operator's documents; never the account's own
+    // folder, which holds nothing to export to.
+    const QString account = accountPath();
+    const QString accountFolder = account.isEmpty() ? QString() : QFileInfo(account).absolutePath();
+    const auto usable = [&](const QString& folder) {
+        return !folder.isEmpty() && QFileInfo(folder).isDir() &&
+               QFileInfo(folder).absoluteFilePath() != accountFolder;
+    };
+    const QString last = settings()->value(QStringLiteral("exportFolder")).toString();
+    if (usable(last))
+        return last;
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    if (usable(documents))
+        return documents;
+    return usable(QDir::homePath()) ? QDir::homePath() : QDir::tempPath();
+}
+
+QString ProductListWindow::chooseOutput(const QString& caption, const QString& name,
+                                        const QStringList& filters, QString* filter) {
+    const QString path = FileChooserDialog::saveFileName(
+        this, caption, QDir(exportFolder()).filePath(name), filters, filter);
+    if (path.isEmpty())
+        return {};
+    if (isAccountFile(path)) {
+        session_.ShowInfo(QStringLiteral("不能输出到账套数据库文件：") +
+                          QDir::toNativeSeparators(path));
+        return {};
+    }
+    settings()->setValue(QStringLiteral("exportFolder"), QFileInfo(path).absolutePath());
+    return path;
+}
+
+bool ProductListWindow::writePdf(const QString& path, const std::vector<ListRow>& boms) {
+    const QString html = printHtml(boms);
+    if (html.isEmpty())
+        return false;
+    QTextDocument document;
+    document.setHtml(html);
+    QPrinter pdf(QPrinter::HighResolution);
+    pdf.setOutputFormat(QPrinter::PdfFormat);
+    pdf.setOutputFileName(path);
+    if (printer_)
+        pdf.setPageLayout(printer_->pageLayout());
+    document.print(&pdf);
+    // QPrinter tells nothing when it could not write: the file says it.
+    if (!QFileInfo(path).isFile() || QFileInfo(path).size() == 0) {
+        session_.ShowInfo(QStringLiteral("文件保存失败：") + QDir::toNativeSeparators(path));
+        return false;
+    }
+    return true;
+}
+
 void ProductListWindow::exportList() {
-    if (!parentModel_->fetchAll() || parentModel_->rowCount() == 0) {
-        if (parentModel_->rowCount() == 0)
-            session_.ShowInfo(kNoData);
+    {
+        const Busy busy(*this);
+        if (!parentModel_->fetchAll())
+            return;
+    }
+    if (parentModel_->rowCount() == 0) {
+        session_.ShowInfo(kNoData);
         return;
     }
+    // The list as CSV, or the marked (else the current) BOMs as they print, as PDF.
+    QString filter = kCsvFilter;
     const QString path =
-        QFileDialog::getSaveFileName(this, QStringLiteral("输出文件"),
-                                     QDir::home().filePath(terms_.title + QStringLiteral(".csv")),
-                                     QStringLiteral("CSV 文件 (*.csv)"));
+        chooseOutput(QStringLiteral("输出文件"), terms_.title + QStringLiteral(".csv"),
+                     {kCsvFilter, kPdfFilter}, &filter);
     if (path.isEmpty())
         return;
+    if (filter == kPdfFilter) {
+        if (writePdf(path, bomsToPrint()))
+            session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
+        return;
+    }
     std::vector<ListRow> rows;
     rows.reserve(parentModel_->rowCount());
     for (int row = 0; row < parentModel_->rowCount(); ++row)
@@ -563,6 +880,8 @@ void ProductListWindow::exportList() {
         error = file.errorString();
     if (!error.isEmpty())
         session_.ShowInfo(QStringLiteral("文件保存失败：") + error);
+    else
+        session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
 }
 
 void ProductListWindow::help() {

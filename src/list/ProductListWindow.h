@@ -6,6 +6,7 @@
 #include "entry/DisplayTerms.h"
 #include "entry/ListWindowHandle.h"
 
+#include <QHash>
 #include <QMainWindow>
 #include <memory>
 #include <vector>
@@ -13,6 +14,9 @@
 class QGroupBox;
 class QLabel;
 class QPrinter;
+class QProgressDialog;
+class QSettings;
+class QSplitter;
 class QTableView;
 class QToolBar;
 
@@ -44,10 +48,14 @@ private:
 
 // The session's main window (FrmProductNew): titled with the account's term for BOMs, with the
 // parent list above the lines of its current BOM. Every toolbar button and shortcut goes to the
-// one command dispatcher; closing the window ends the session.
+// one command dispatcher; closing the window ends the session. Its size, the split between the
+// lists and their column widths are kept for each operator of each account.
 class ProductListWindow : public QMainWindow, public entry::ListWindowHandle, public ListView {
     Q_OBJECT
 public:
+    // Reading at least this many rows at once shows a progress dialog.
+    static constexpr int kLongRead = 2000;
+
     explicit ProductListWindow(entry::Session& session);
     ~ProductListWindow() override;
 
@@ -81,6 +89,9 @@ public:
     // Sets the current BOM (a row of the parent list) and shows its lines.
     void setCurrentParentRow(int row);
     const db::SqlCondition& filterCondition() const { return filter_; }
+    // The rows of the parent list's query (not only those read so far), as the status bar
+    // tells them; counted once per load, when first needed.
+    int parentTotal();
     // Filters the parent list by `conditions`; false (shown) when they are refused.
     bool applyFilter(const std::vector<FilterCondition>& conditions);
     // The first parent row from the top whose shown cells contain `text`, or -1.
@@ -91,6 +102,11 @@ public:
     QTableView* parentView() { return parentView_; }
     QTableView* componentView() { return componentView_; }
     QToolBar* toolbar() { return toolbar_; }
+    QSplitter* splitter() { return splitter_; }
+    QLabel* countLabel() { return countLabel_; }
+    QLabel* filterLabel() { return filterLabel_; }
+    // Where this operator's window settings are kept, by account and operator.
+    QString settingsGroup() const;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -98,8 +114,25 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    class Busy;
+    using Widths = QHash<QString, int>;
+
     void buildToolbar();
-    QTableView* makeView(PagedQueryModel* model, QWidget* parent);
+    QTableView* makeView(PagedQueryModel* model, QWidget* parent, Widths* widths);
+    void applyColumns(QTableView* view, const PagedQueryModel& model, const Widths& widths);
+    void fitRowNumbers();
+    void updateStatus();
+    void rowsRead(int rows);
+    std::unique_ptr<QSettings> settings() const;
+    void restoreLayout();
+    void saveLayout();
+    QString accountPath() const;
+    bool isAccountFile(const QString& path) const;
+    QString exportFolder() const;
+    QString chooseOutput(const QString& caption, const QString& name, const QStringList& filters,
+                         QString* filter);
+    bool writePdf(const QString& path, const std::vector<ListRow>& boms);
+    QString printHtml(const std::vector<ListRow>& boms);
     bool ensureCommands();
     bool handleKey(QKeyEvent* event);
     void loadParents();
@@ -125,9 +158,22 @@ private:
     QGroupBox* componentPane_ = nullptr;
     QLabel* caption_ = nullptr;
     QToolBar* toolbar_ = nullptr;
+    QSplitter* splitter_ = nullptr;
+    QLabel* countLabel_ = nullptr;
+    QLabel* filterLabel_ = nullptr;
+    mutable std::unique_ptr<QProgressDialog> progress_;
+    mutable int busy_ = 0;
+
+    // Column widths the operator set, by field; they win over the account's column settings.
+    Widths parentWidths_;
+    Widths componentWidths_;
+    bool applyingColumns_ = false;
 
     std::vector<FilterCondition> filterConditions_;
     db::SqlCondition filter_;
+    int parentTotal_ = -1;
+    bool statusPending_ = false;
+    QString linesOf_; // the BOM whose lines are shown
     int lineLoads_ = 0;
     bool componentActive_ = false;
     bool loaded_ = false;

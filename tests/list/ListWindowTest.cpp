@@ -1,6 +1,7 @@
 #include "entry/IProduct.h"
 #include "list/BomList.h"
 #include "list/ColumnSettingsDialog.h"
+#include "list/FileChooserDialog.h"
 #include "list/ListFilter.h"
 #include "list/ListPrinter.h"
 #include "list/PagedQueryModel.h"
@@ -9,18 +10,39 @@
 #include "suite/Account.h"
 #include "suite/Login.h"
 #include "suite/Prompter.h"
+#include "suite/qt/QtPrompter.h"
+#include "suite/qt/QtTranslations.h"
 #include "support/TestAccount.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QBuffer>
 #include <QDialog>
+#include <QDir>
+#include <QEventLoop>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFileSystemModel>
+#include <QHeaderView>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QMouseEvent>
+#include <QPrintDialog>
+#include <QPrinterInfo>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QSettings>
+#include <QSplitter>
 #include <QTableView>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
+
+#ifdef Q_OS_LINUX
+#include <sys/stat.h>
+#endif
 
 using namespace bom;
 
@@ -38,6 +60,9 @@ public:
         static char name[] = "list_window_tests";
         static char* argv[] = {name, nullptr};
         new QApplication(argc, argv);
+        // What the windows remember stays out of the real settings.
+        static QTemporaryDir settings;
+        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
     }
 };
 [[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
@@ -92,16 +117,24 @@ protected:
         db.reset();
         BackendTest::TearDown();
     }
-    list::ProductListWindow* open() {
+    list::ProductListWindow* open(const QString& user = QStringLiteral("demo")) {
         QString error;
-        login = suite::Login::SignIn(account->url(), QStringLiteral("demo"), QString(), &error);
+        login = suite::Login::SignIn(account->url(), user, QString(), &error);
         EXPECT_TRUE(login) << error.toStdString();
+        if (!login)
+            return nullptr;
         product = std::make_unique<entry::IProduct>(prompter, windows);
         product->Show(login.get());
         return window();
     }
     list::ProductListWindow* window() {
         return dynamic_cast<list::ProductListWindow*>(product->session().gListForm);
+    }
+    void closeWindow() {
+        window()->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        product.reset();
+        login.reset();
     }
     int locks() { return db->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt(); }
     // The parent list's row of a BOM, by parent code and sales order ("" for none).
@@ -163,8 +196,11 @@ TEST_P(ListWindowTest, ShortcutsGoToTheOneDispatcher) {
     EXPECT_EQ(modalOpenedBy([&] { press(view, Qt::Key_F3, Qt::ControlModifier); }),
               QStringLiteral("QInputDialog"));
     EXPECT_EQ(modalOpenedBy([&] { press(view, Qt::Key_P); }), QString());
+    // Without a printer, printing goes to a PDF file through the module's own file dialog.
     EXPECT_EQ(modalOpenedBy([&] { press(w, Qt::Key_P, Qt::ControlModifier); }),
-              QStringLiteral("QPrintDialog"));
+              QPrinterInfo::availablePrinterNames().isEmpty()
+                  ? QStringLiteral("bom::list::FileChooserDialog")
+                  : QStringLiteral("QPrintDialog"));
     EXPECT_TRUE(prompter.prompts().empty());
 
     // Delete on an approved BOM is refused by the dispatcher's check.
@@ -321,6 +357,152 @@ TEST_P(ListWindowTest, ParentListReadsPageByPage) {
     EXPECT_TRUE(rows.back().selected);
     EXPECT_EQ(rows.back().text(QStringLiteral("selcol")), QStringLiteral("Y"));
     EXPECT_FALSE(m.canFetchMore());
+}
+
+TEST_P(ListWindowTest, MarksCountAndRowNumbersHoldOverALongList) {
+    suite::Account::generate(*db, {2500, 3, 5, 1});
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    list::PagedQueryModel& m = w->parentModel();
+    const db::SqlCondition sql = list::BomList(product->session()).parentQuery();
+    const db::Rows all = db->query(sql.sql, sql.params);
+    const int total = int(all.size());
+    ASSERT_GT(total - m.rowCount(), list::ProductListWindow::kLongRead);
+    QCoreApplication::processEvents(); // the status bar is filled once the list shows
+    EXPECT_EQ(w->countLabel()->text(), QStringLiteral("共 %1 条记录").arg(total));
+    EXPECT_EQ(w->filterLabel()->text(), QStringLiteral("未过滤"));
+
+    // Far down the list every row number is the row's place in the query, and the numbers had
+    // room for the last one from the first page on, so the columns never shift sideways.
+    QTableView* view = w->parentView();
+    QHeaderView* numbers = view->verticalHeader();
+    const int width = numbers->width();
+    for (int i = 0; i < 20 && m.rowCount() < 1200; ++i) {
+        view->scrollToBottom();
+        QCoreApplication::processEvents();
+    }
+    ASSERT_GE(m.rowCount(), 1200);
+    EXPECT_EQ(numbers->width(), width);
+    QFont bold = numbers->font();
+    bold.setBold(true);
+    EXPECT_LT(QFontMetrics(bold).horizontalAdvance(QString::number(total)), width);
+    int checked = 0;
+    for (int y = 0; y < view->viewport()->height(); y += numbers->defaultSectionSize()) {
+        const int row = view->rowAt(y);
+        if (row < 0)
+            break;
+        EXPECT_EQ(numbers->logicalIndexAt(y), row);
+        EXPECT_EQ(m.headerData(row, Qt::Vertical).toInt(), row + 1);
+        EXPECT_EQ(m.value(row, QStringLiteral("iautoid")), all.value(row, "iautoid")) << row;
+        ++checked;
+    }
+    EXPECT_GT(checked, 3);
+    EXPECT_GT(view->rowAt(0), 4 * list::PagedQueryModel::kPageSize);
+    w->setCurrentParentRow(view->rowAt(0));
+    EXPECT_EQ(w->currentParent()->number, view->rowAt(0) + 1);
+
+    // Marks on a first-page row and on one read only by scrolling outlive a refused command
+    // and one handed over to a window still to come, though each reloads the list.
+    const int nearRow = 3;
+    const int farRow = m.rowCount() - 5;
+    m.setSelected(nearRow, true);
+    m.setSelected(farRow, true);
+    const QStringList marked{all.text(nearRow, "iautoid"), all.text(farRow, "iautoid")};
+    const auto markedIds = [&] {
+        QStringList ids;
+        for (const list::ListRow& row : w->parentRows())
+            if (row.selected)
+                ids << row.text(QStringLiteral("iautoid"));
+        return ids;
+    };
+    w->setCurrentParentRow(m.findRow(
+        [&](int row) { return !m.value(row, QStringLiteral("ccheck")).toString().isEmpty(); }));
+    prompter.clear();
+    w->dispatch(QStringLiteral("Modify"));
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("审核过的产品不可修改！")});
+    EXPECT_LT(m.rowCount(), farRow); // reloaded, the far row not read again yet
+    EXPECT_EQ(markedIds(), marked);
+    w->dispatch(QStringLiteral("batchAdd"));
+    EXPECT_EQ(prompter.texts().last(), QStringLiteral("该功能将在后续版本提供。"));
+    EXPECT_EQ(markedIds(), marked);
+
+    // Approving every row: the wait cursor and a progress dialog while the rows are read,
+    // nothing of either afterwards, and the marks still on every row.
+    w->dispatch(QStringLiteral("AllSelect"));
+    w->setCurrentParentRow(0);
+    w->dispatch(QStringLiteral("Refresh"));
+    ASSERT_GT(total - m.rowCount(), list::ProductListWindow::kLongRead);
+    const int open = db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE "
+                                               "COALESCE(ccheck,'')=''"))
+                         .toInt();
+    bool waited = false;
+    bool progressed = false;
+    QTimer probe;
+    probe.setInterval(0);
+    QObject::connect(&probe, &QTimer::timeout, [&] {
+        if (const QCursor* cursor = QApplication::overrideCursor())
+            waited = waited || cursor->shape() == Qt::WaitCursor;
+        for (QProgressDialog* dialog : w->findChildren<QProgressDialog*>())
+            progressed = progressed || dialog->isVisible();
+    });
+    probe.start();
+    prompter.clear();
+    w->dispatch(QStringLiteral("Auditing"));
+    probe.stop();
+    EXPECT_TRUE(waited);
+    EXPECT_TRUE(progressed);
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_TRUE(w->findChildren<QProgressDialog*>().isEmpty());
+    EXPECT_EQ(prompter.texts(),
+              QStringList{QStringLiteral("本次共审核 '%1' 条母件记录！").arg(open)});
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE "
+                                        "COALESCE(ccheck,'')=''"))
+                  .toInt(),
+              0);
+    EXPECT_EQ(markedIds().size(), total);
+
+    // Another filter is another list: no marks, and the status bar says it is filtered.
+    ASSERT_TRUE(w->applyFilter(
+        {{QStringLiteral("cpspcode"), QStringLiteral("like"), QStringLiteral("G1-")}}));
+    QCoreApplication::processEvents();
+    const int filtered = w->parentModel().rowCount();
+    EXPECT_GT(filtered, 0);
+    EXPECT_FALSE(w->parentModel().canFetchMore());
+    EXPECT_EQ(w->countLabel()->text(), QStringLiteral("共 %1 条记录").arg(filtered));
+    EXPECT_EQ(w->filterLabel()->text(), QStringLiteral("已过滤"));
+    EXPECT_TRUE(markedIds().isEmpty());
+}
+
+TEST_P(ListWindowTest, SizeSplitAndColumnWidthsAreKeptForEachOperator) {
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    const QSize fresh = w->size();
+    const auto codeWidth = [](list::ProductListWindow* window) {
+        return window->parentView()->columnWidth(
+            window->parentModel().columnOf(QStringLiteral("cpspcode")));
+    };
+    const int setting = codeWidth(w);
+    w->resize(fresh + QSize(83, -61));
+    w->splitter()->setSizes({120, 300});
+    const QList<int> split = w->splitter()->sizes();
+    // As a drag on the heading does.
+    w->parentView()->horizontalHeader()->resizeSection(
+        w->parentModel().columnOf(QStringLiteral("cpspcode")), setting + 57);
+    w->reload(); // the list's own loads keep what the operator set
+    EXPECT_EQ(codeWidth(w), setting + 57);
+    closeWindow();
+
+    w = open();
+    ASSERT_TRUE(w);
+    EXPECT_EQ(w->size(), fresh + QSize(83, -61));
+    EXPECT_EQ(w->splitter()->sizes(), split);
+    EXPECT_EQ(codeWidth(w), setting + 57);
+    closeWindow();
+
+    w = open(QStringLiteral("wang")); // another operator of the demo account
+    ASSERT_TRUE(w);
+    EXPECT_EQ(w->size(), fresh);
+    EXPECT_EQ(codeWidth(w), setting);
 }
 
 BOM_INSTANTIATE_BACKENDS(ListWindowTest);
@@ -495,3 +677,253 @@ TEST_P(ListOutputTest, ReferenceDialogSearchesPagesAndPicks) {
 }
 
 BOM_INSTANTIATE_BACKENDS(ListOutputTest);
+
+// Qt's own buttons speak Chinese; Enter on a question that destroys something says No, and a
+// box met during long work shows the ordinary cursor.
+TEST(QtPrompterTest, ChineseButtonsAndSafeDefaults) {
+    ASSERT_TRUE(suite::QtTranslations::install()) << "Debian package qt6-translations-l10n";
+    suite::QtPrompter prompter;
+    struct Seen {
+        QString yes;
+        bool arrow = false;
+    };
+    const auto answer = [&](int style, int key, Seen* seen = nullptr) {
+        QTimer timer;
+        timer.setInterval(5);
+        QObject::connect(&timer, &QTimer::timeout, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            timer.stop();
+            if (seen) {
+                seen->yes = box->button(QMessageBox::Yes)->text();
+                seen->arrow = QApplication::overrideCursor() &&
+                              QApplication::overrideCursor()->shape() == Qt::ArrowCursor;
+            }
+            press(box, key);
+        });
+        timer.start();
+        return prompter.ask(QStringLiteral("确信删除该子件编码为'X'的档案？"),
+                            QStringLiteral("警告信息"), style);
+    };
+    using Answer = suite::Prompter::Answer;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    Seen seen;
+    EXPECT_EQ(answer(52, Qt::Key_Return, &seen), Answer::No);
+    EXPECT_TRUE(seen.yes.contains(QStringLiteral("是"))) << seen.yes.toStdString();
+    EXPECT_TRUE(seen.arrow);
+    ASSERT_TRUE(QApplication::overrideCursor());
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    QApplication::restoreOverrideCursor();
+
+    EXPECT_EQ(answer(4, Qt::Key_Return), Answer::Yes);
+    EXPECT_EQ(answer(36, Qt::Key_Return), Answer::Yes);
+    EXPECT_EQ(answer(4 + 256, Qt::Key_Return), Answer::No);
+    EXPECT_EQ(answer(35, Qt::Key_Return), Answer::Yes);
+    EXPECT_EQ(answer(35, Qt::Key_Escape), Answer::Cancel);
+    EXPECT_EQ(answer(52, Qt::Key_Escape), Answer::No);
+}
+
+#ifdef Q_OS_LINUX
+// The POSIX record locks this process holds on the file at `path`, as /proc/locks lists them.
+QStringList locksHeldOn(const QString& path) {
+    struct stat info;
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    QFile file(QStringLiteral("/proc/locks"));
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QString pid = QString::number(QCoreApplication::applicationPid());
+    const QString inode = QStringLiteral(":%1").arg(quint64(info.st_ino));
+    QStringList held;
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        const QStringList f = QString::fromLatin1(line).simplified().split(QLatin1Char(' '));
+        // "1: POSIX ADVISORY READ <pid> <maj:min:inode> <start> <end>"; waiters have "->".
+        if (f.size() >= 8 && f[1] == QLatin1String("POSIX") && f[4] == pid && f[5].endsWith(inode))
+            held << QString::fromLatin1(line);
+    }
+    return held;
+}
+
+// A SQLite account in a folder of its own, with the list window open on it.
+class AccountFolderTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(folder.isValid());
+        path = folder.filePath(QStringLiteral("factory.db"));
+        url = QStringLiteral("sqlite:") + path;
+        {
+            auto db =
+                suite::Account::create(url, QStringLiteral("demo"), QStringLiteral("演示操作员"));
+            suite::Account::loadDemo(*db);
+        }
+        // Another process may work on the account while the window is open.
+        const test::ProcessResult shared = bomctl(
+            {QStringLiteral("setting"), QStringLiteral("function-lock"), QStringLiteral("shared")});
+        ASSERT_EQ(shared.status, 0) << shared.err.toStdString();
+        QString error;
+        login = suite::Login::SignIn(url, QStringLiteral("demo"), QString(), &error);
+        ASSERT_TRUE(login) << error.toStdString();
+        product = std::make_unique<entry::IProduct>(prompter, windows);
+        product->Show(login.get());
+        w = dynamic_cast<list::ProductListWindow*>(product->session().gListForm);
+        ASSERT_TRUE(w);
+    }
+    void TearDown() override {
+        if (product && product->session().running())
+            w->close();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        product.reset();
+        login.reset();
+    }
+    test::ProcessResult bomctl(QStringList args) {
+        args << QStringLiteral("--db") << url << QStringLiteral("--user") << QStringLiteral("demo");
+        return test::runProgram(QStringLiteral(BOMCTL_PATH), args);
+    }
+    // Who approved `parent` (its sales-order-free BOM), as a fresh process reads the account.
+    QString approverOnDisk(const char* parent) {
+        const test::ProcessResult r = bomctl(
+            {QStringLiteral("list"), QStringLiteral("--where"),
+             QStringLiteral("cpspcode=") + QLatin1String(parent), QStringLiteral("--format"),
+             QStringLiteral("csv"), QStringLiteral("--columns"), QStringLiteral("csocode,ccheck")});
+        EXPECT_EQ(r.status, 0) << r.err.toStdString();
+        for (const QString& line : r.out.split(QLatin1Char('\n')).mid(1)) {
+            const QStringList cells = line.trimmed().split(QLatin1Char(','));
+            if (cells.size() >= 2 && cells[0].isEmpty())
+                return cells[1];
+        }
+        return QStringLiteral("<none>");
+    }
+
+    QTemporaryDir folder;
+    QString path;
+    QString url;
+    suite::ScriptedPrompter prompter;
+    list::ProductListWindowFactory windows;
+    std::unique_ptr<suite::Login> login;
+    std::unique_ptr<entry::IProduct> product;
+    list::ProductListWindow* w = nullptr;
+};
+
+// A file dialog that lists the account's folder must not cost the window its locks on the
+// account: once they are gone, another process closing the account removes the write-ahead
+// log under the window, and what the window commits next never reaches the file.
+TEST_F(AccountFolderTest, BrowsingTheAccountFolderKeepsTheAccountSafe) {
+    ASSERT_FALSE(locksHeldOn(path).isEmpty()) << "an open account holds a shared lock";
+
+    // The export dialog is opened by the command, pointed at the account's folder and left
+    // to list it completely (type and icon of every file), then cancelled.
+    bool listed = false;
+    QString dialogClass;
+    QTimer timer;
+    timer.setInterval(5);
+    QObject::connect(&timer, &QTimer::timeout, [&] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        timer.stop();
+        dialogClass = QString::fromLatin1(dialog->metaObject()->className());
+        auto* model = dialog->findChild<QFileSystemModel*>();
+        if (model) {
+            QEventLoop loop;
+            QObject::connect(model, &QFileSystemModel::directoryLoaded, &loop,
+                             [&](const QString& loaded) {
+                                 if (QFileInfo(loaded) == QFileInfo(folder.path())) {
+                                     listed = true;
+                                     loop.quit();
+                                 }
+                             });
+            QTimer::singleShot(60000, &loop, &QEventLoop::quit); // never hang the suite
+            dialog->setDirectory(folder.path());
+            loop.exec();
+            // Rows of the folder, with their types, exist once the gatherer has delivered.
+            const QModelIndex root = model->index(folder.path());
+            for (int row = 0; row < model->rowCount(root); ++row)
+                model->type(model->index(row, 0, root));
+            QCoreApplication::processEvents();
+        }
+        dialog->reject();
+    });
+    timer.start();
+    w->dispatch(QStringLiteral("SaveFile"));
+    ASSERT_TRUE(listed) << dialogClass.toStdString();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(locksHeldOn(path).isEmpty()) << "the dialog dropped the account's locks";
+
+    // Another process opens and closes the account; the log stays, as the window is open.
+    const test::ProcessResult listed2 = bomctl({QStringLiteral("list")});
+    ASSERT_EQ(listed2.status, 0) << listed2.err.toStdString();
+    EXPECT_TRUE(QFile::exists(path + QStringLiteral("-wal")));
+
+    // An approval in the window is on disk for a fresh process, now and after closing.
+    const int row = [&] {
+        list::PagedQueryModel& m = w->parentModel();
+        for (int r = 0; r < m.rowCount(); ++r)
+            if (m.value(r, QStringLiteral("cpspcode")).toString() == QLatin1String("FR100"))
+                return r;
+        return -1;
+    }();
+    ASSERT_GE(row, 0);
+    ASSERT_TRUE(w->parentModel().value(row, QStringLiteral("ccheck")).toString().isEmpty());
+    w->parentModel().setSelected(row, true);
+    w->dispatch(QStringLiteral("Auditing"));
+    EXPECT_EQ(w->parentModel().rowCount(), 8);
+    EXPECT_EQ(approverOnDisk("FR100"), QStringLiteral("演示操作员"));
+    w->close();
+    EXPECT_EQ(approverOnDisk("FR100"), QStringLiteral("演示操作员"));
+}
+
+// The export says where it wrote, and never writes over the account; dialogs Qt opens by
+// itself (the print dialog's file name completer, the preview's save dialog) are guarded too.
+TEST_F(AccountFolderTest, ExportsSayWhereAndSpareTheAccount) {
+    const auto exportTo = [&](const QString& file) {
+        QTimer timer;
+        timer.setInterval(5);
+        QObject::connect(&timer, &QTimer::timeout, [&] {
+            QWidget* modal = QApplication::activeModalWidget();
+            if (auto* box = qobject_cast<QMessageBox*>(modal)) // "replace it?"
+                box->button(QMessageBox::Yes)->click();
+            else if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
+                dialog->selectFile(file);
+                // Queued: accepting may ask in a box of its own, which this timer answers.
+                QMetaObject::invokeMethod(dialog, &QDialog::accept, Qt::QueuedConnection);
+            }
+        });
+        timer.start();
+        prompter.clear();
+        w->dispatch(QStringLiteral("SaveFile"));
+    };
+    const QString csv = folder.filePath(QStringLiteral("list.csv"));
+    exportTo(csv);
+    EXPECT_EQ(prompter.texts(),
+              QStringList{QStringLiteral("已输出到：") + QDir::toNativeSeparators(csv)});
+    QFile written(csv);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(written.readAll().count("\r\n"), 1 + 8); // heading and the eight BOMs
+
+    const QByteArray before = [&] {
+        QFile account(path);
+        return account.open(QIODevice::ReadOnly) ? account.read(100) : QByteArray();
+    }();
+    for (const QString& target : {path, path + QStringLiteral("-wal")}) {
+        exportTo(target);
+        EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("不能输出到账套数据库文件：") +
+                                                QDir::toNativeSeparators(target)});
+    }
+    QFile account(path);
+    ASSERT_TRUE(account.open(QIODevice::ReadOnly));
+    EXPECT_EQ(account.read(100), before);
+    account.close(); // (closing it here drops the locks; the window's work is done)
+
+    QPrintDialog print;
+    print.show();
+    QFileDialog save;
+    save.show();
+    EXPECT_TRUE(QCoreApplication::testAttribute(Qt::AA_DontUseNativeDialogs));
+    const auto models =
+        print.findChildren<QFileSystemModel*>() + save.findChildren<QFileSystemModel*>();
+    ASSERT_FALSE(models.isEmpty());
+    for (QFileSystemModel* model : models)
+        EXPECT_EQ(model->iconProvider(), list::FileChooserDialog::nameOnlyIcons());
+}
+#endif
