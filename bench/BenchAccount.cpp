@@ -44,14 +44,7 @@ std::unique_ptr<db::Database> openGeneratedAccount(const QString& url,
     return openOrGenerate(shapedUrl(url, shape), shape);
 }
 
-QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& shape) {
-    const QString tag = QStringLiteral("b%1_d%2_f%3_s%4_w%5_r%6")
-                            .arg(shape.boms)
-                            .arg(shape.depth)
-                            .arg(shape.fanout)
-                            .arg(shape.share)
-                            .arg(shape.family)
-                            .arg(shape.seed);
+QString taggedUrl(const QString& url, const QString& tag) {
     if (url.startsWith(QLatin1String("sqlite:"))) {
         const qsizetype dot = url.lastIndexOf(QLatin1Char('.'));
         const bool extension = dot > url.lastIndexOf(QLatin1Char('/'));
@@ -59,6 +52,20 @@ QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& sha
                          : url + QLatin1Char('-') + tag;
     }
     return url + QLatin1Char('_') + tag; // a PostgreSQL database name
+}
+
+QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& shape) {
+    return taggedUrl(url, QStringLiteral("b%1_d%2_f%3_s%4_w%5_r%6")
+                              .arg(shape.boms)
+                              .arg(shape.depth)
+                              .arg(shape.fanout)
+                              .arg(shape.share)
+                              .arg(shape.family)
+                              .arg(shape.seed));
+}
+
+QString sizedUrl(const QString& url, int boms) {
+    return boms == 100000 ? url : taggedUrl(url, QStringLiteral("%1k").arg(boms / 1000));
 }
 
 std::vector<double> measure(int runs, const std::function<void()>& work) {

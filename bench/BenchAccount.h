@@ -20,6 +20,11 @@ std::unique_ptr<db::Database> openGeneratedAccount(const QString& url,
 // `url` with the shape in the file or database name, so that every shape has its own account.
 QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& shape);
 
+// `url` for an account of `boms` BOMs: itself for 100,000, else with the count in its name.
+QString sizedUrl(const QString& url, int boms);
+// `url` with `tag` added to its file or database name.
+QString taggedUrl(const QString& url, const QString& tag);
+
 // Runs `work` `runs` times and answers the durations in milliseconds, sorted.
 std::vector<double> measure(int runs, const std::function<void()>& work);
 double percentile(const std::vector<double>& sorted, double p);
