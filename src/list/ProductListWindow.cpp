@@ -828,6 +828,13 @@ bool ProductListWindow::writePdf(const QString& path, const std::vector<ListRow>
     const QString html = printHtml(boms);
     if (html.isEmpty())
         return false;
+    // The printer tells nothing when it cannot write, so the file is tried first.
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        session_.ShowInfo(QStringLiteral("文件保存失败：") + file.errorString());
+        return false;
+    }
+    file.close();
     QTextDocument document;
     document.setHtml(html);
     QPrinter pdf(QPrinter::HighResolution);
@@ -836,8 +843,7 @@ bool ProductListWindow::writePdf(const QString& path, const std::vector<ListRow>
     if (printer_)
         pdf.setPageLayout(printer_->pageLayout());
     document.print(&pdf);
-    // QPrinter tells nothing when it could not write: the file says it.
-    if (!QFileInfo(path).isFile() || QFileInfo(path).size() == 0) {
+    if (QFileInfo(path).size() == 0) {
         session_.ShowInfo(QStringLiteral("文件保存失败：") + QDir::toNativeSeparators(path));
         return false;
     }

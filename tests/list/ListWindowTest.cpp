@@ -854,7 +854,7 @@ TEST_F(AccountFolderTest, BrowsingTheAccountFolderKeepsTheAccountSafe) {
 // The export says where it wrote, and never writes over the account; dialogs Qt opens by
 // itself (the print dialog's file name completer, the preview's save dialog) are guarded too.
 TEST_F(AccountFolderTest, ExportsSayWhereAndSpareTheAccount) {
-    const auto exportTo = [&](const QString& file) {
+    const auto exportTo = [&](const QString& file, const QString& type = QString()) {
         QTimer timer;
         timer.setInterval(5);
         QObject::connect(&timer, &QTimer::timeout, [&] {
@@ -862,6 +862,8 @@ TEST_F(AccountFolderTest, ExportsSayWhereAndSpareTheAccount) {
             if (auto* box = qobject_cast<QMessageBox*>(modal)) // "replace it?"
                 box->button(QMessageBox::Yes)->click();
             else if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
+                if (!type.isEmpty())
+                    dialog->selectNameFilter(type);
                 dialog->selectFile(file);
                 // Queued: accepting may ask in a box of its own, which this timer answers.
                 QMetaObject::invokeMethod(dialog, &QDialog::accept, Qt::QueuedConnection);
@@ -878,6 +880,14 @@ TEST_F(AccountFolderTest, ExportsSayWhereAndSpareTheAccount) {
     QFile written(csv);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     EXPECT_EQ(written.readAll().count("\r\n"), 1 + 8); // heading and the eight BOMs
+    // As PDF: the current BOM as it prints.
+    const QString pdf = folder.filePath(QStringLiteral("bom.pdf"));
+    exportTo(pdf, QStringLiteral("PDF 文件 (*.pdf)"));
+    EXPECT_EQ(prompter.texts(),
+              QStringList{QStringLiteral("已输出到：") + QDir::toNativeSeparators(pdf)});
+    QFile printed(pdf);
+    ASSERT_TRUE(printed.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(printed.read(5).startsWith("%PDF"));
 
     const QByteArray before = [&] {
         QFile account(path);
