@@ -80,6 +80,7 @@ FileChooserDialog::FileChooserDialog(QWidget* parent, const QString& caption,
 QString FileChooserDialog::saveFileName(QWidget* parent, const QString& caption,
                                         const QString& file, const QStringList& nameFilters,
                                         QString* selectedFilter) {
+    guardApplication(); // in a host that did not, before the first dialog is made
     const QFileInfo info(file);
     FileChooserDialog dialog(parent, caption, info.absolutePath(), nameFilters);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
