@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSqlQuery>
+#include <algorithm>
 #include <cstdio>
 
 using namespace bom;
@@ -198,8 +199,17 @@ Samples measureFromLines(db::Database& db, const Card& card, int runs) {
 }
 
 bool report(const QString& figure, const Samples& samples) {
-    std::printf("%s: %d ancestors, walk %lld queries, verdicts %s\n", qPrintable(figure),
-                samples.ancestors, samples.walkQueries, samples.agreed ? "agree" : "DIFFER");
+    auto p = [](std::vector<double> ms, double at) {
+        std::sort(ms.begin(), ms.end());
+        return bench::percentile(ms, at);
+    };
+    std::printf("%s: %d ancestors, walk %lld queries, verdicts %s; p50/p95 ms: ours %.2f/%.2f "
+                "(%zu runs), walk %.2f/%.2f (%zu), floor %.2f/%.2f (%zu)\n",
+                qPrintable(figure), samples.ancestors, samples.walkQueries,
+                samples.agreed ? "agree" : "DIFFER", p(samples.ours, 0.5), p(samples.ours, 0.95),
+                samples.ours.size(), p(samples.walk, 0.5), p(samples.walk, 0.95),
+                samples.walk.size(), p(samples.floor, 0.5), p(samples.floor, 0.95),
+                samples.floor.size());
     bench::printRow(figure, samples.ours, samples.walk, samples.floor);
     return samples.agreed;
 }
