@@ -73,11 +73,19 @@ std::unique_ptr<suite::Login> signIn(const QString& url, const QString& user, in
 
 int main(int argc, char** argv) {
     if (!hasDisplay()) {
-        std::fputs("bom 需要图形显示（没有 DISPLAY）。\n"
-                   "在没有显示器的机器上请用 bomctl，例如：\n"
-                   "  bomctl init sqlite:/tmp/demo.db --demo\n"
-                   "  bomctl operator list --db sqlite:/tmp/demo.db --user demo\n",
-                   stderr);
+        // The path that works as printed: bomctl is built beside bom, not put on the PATH.
+        QString self = QFileInfo(QStringLiteral("/proc/self/exe")).symLinkTarget();
+        if (self.isEmpty())
+            self = QString::fromLocal8Bit(argv[0]);
+        const QString bomctl = QFileInfo(self).absoluteDir().filePath(QStringLiteral("bomctl"));
+        const QString text =
+            QStringLiteral("bom 需要图形显示（没有 DISPLAY）。\n"
+                           "可在虚拟显示中运行：xvfb-run bash scripts/run-demo.sh\n"
+                           "或用 bomctl，例如：\n"
+                           "  %1 init sqlite:/tmp/demo.db --demo\n"
+                           "  %1 list --db sqlite:/tmp/demo.db --user demo\n")
+                .arg(bomctl);
+        std::fputs(text.toLocal8Bit().constData(), stderr);
         return 2;
     }
     QApplication app(argc, argv);

@@ -1,5 +1,7 @@
 #include "ListFilter.h"
 
+#include "suite/PublicService.h"
+
 #include "db/Identifier.h"
 
 #include <QStringList>
@@ -52,6 +54,10 @@ std::optional<db::SqlCondition> ListFilter::build(const std::vector<FilterCondit
             return fail(QStringLiteral("不支持的条件“%1”！").arg(c.op));
         // Compared as text, so one form serves text and number columns in both databases.
         const QString asText = QStringLiteral("CAST(%1 AS TEXT)").arg(column);
+        if (c.value.size() > suite::PublicService::kMatchLength)
+            return fail(QStringLiteral("条件“%1”的值过长（最多%2个字）！")
+                            .arg(c.field)
+                            .arg(suite::PublicService::kMatchLength));
         if (op == QLatin1String("like")) {
             if (c.value.isEmpty())
                 continue; // contains nothing: every row
