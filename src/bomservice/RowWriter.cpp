@@ -6,6 +6,7 @@
 #include "entry/VoucherHelpers.h"
 #include "suite/Login.h"
 
+#include <QSet>
 #include <QSqlField>
 #include <algorithm>
 #include <cmath>
@@ -39,8 +40,8 @@ bool isWholeNumberType(QMetaType::Type type) {
     return db::isNumericType(type) && type != QMetaType::Double && type != QMetaType::Float;
 }
 
-// Lines per multi-row insert at most.
-constexpr int kMaxInsertRows = 200;
+// Lines per multi-row insert or update at most: more gained nothing measurable.
+constexpr int kMaxRowsPerStatement = 200;
 
 } // namespace
 
@@ -230,6 +231,18 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
         runRows.clear();
         runValues.clear();
     };
+    // Modified rows likewise, each group's rows with distinct keys: a key named twice is
+    // written twice, in row order, as one statement per row would.
+    QStringList groupColumns;
+    std::vector<db::Params> groupValues;
+    QSet<QString> groupKeys;
+    auto flushUpdates = [&] {
+        const bool written =
+            groupValues.empty() || updateLines(table, groupColumns, groupValues, headerNumber);
+        groupValues.clear();
+        groupKeys.clear();
+        return written;
+    };
     for (int row : which) {
         QStringList columns;
         db::Params values;
@@ -241,7 +254,7 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
             }
             const int perRow = std::max<int>(1, int(columns.size()));
             if (columns != runColumns || int(runRows.size()) >= maxValues / perRow ||
-                int(runRows.size()) >= kMaxInsertRows) {
+                int(runRows.size()) >= kMaxRowsPerStatement) {
                 flush();
                 runColumns = columns;
             }
@@ -250,31 +263,89 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
             continue;
         }
         const QVariant key = rows.cell(row, autoidCell);
-        const QString ipid = rows.cell(row, ipidCell).toString();
         rowValues(t, cells, rows, row, 1, key, columns, values);
         if (columns.isEmpty())
             continue; // nothing to change
         QStringList sets;
-        db::Params bound;
+        db::Params bound{key, rows.cell(row, ipidCell).toString()};
         for (int i = 0; i < columns.size(); ++i) {
-            // The line stays with the header its ipid names (the where clause below).
+            // The line stays with the header its ipid names (the where clause).
             if (withPsid && columns[i].compare(QLatin1String("ipid"), Qt::CaseInsensitive) == 0)
                 continue;
-            sets << columns[i] + QStringLiteral("=?");
+            sets << columns[i];
             bound << values[i];
         }
+        const QString keyText = key.toString();
+        if (sets != groupColumns || groupKeys.contains(keyText) ||
+            int(groupValues.size()) >= kMaxRowsPerStatement ||
+            int(groupValues.size() + 1) * int(bound.size()) > maxValues) {
+            if (!flushUpdates())
+                return false;
+            groupColumns = sets;
+        }
+        groupKeys.insert(keyText);
+        groupValues.push_back(std::move(bound));
+    }
+    if (!flushUpdates())
+        return false;
+    flush();
+    return true;
+}
+
+bool RowWriter::updateLines(const QString& table, const QStringList& columns,
+                            const std::vector<db::Params>& values, const QVariant& headerNumber) {
+    const bool withPsid = !headerNumber.isNull();
+    if (values.size() == 1) { // the statement every single change reuses
+        QStringList sets;
+        for (const QString& column : columns)
+            sets << column + QStringLiteral("=?");
+        db::Params bound = values.front().mid(2);
         if (withPsid) {
             sets << QStringLiteral("psid=?");
             bound << headerNumber;
         }
-        bound << key << ipid;
-        if (db_.exec(QStringLiteral("Update %1 set %2 where autoid=? and ipid=?")
-                         .arg(table, sets.join(',')),
-                     bound) == 0)
-            return false;
+        bound << values.front()[0] << values.front()[1];
+        return db_.exec(QStringLiteral("Update %1 set %2 where autoid=? and ipid=?")
+                            .arg(table, sets.join(',')),
+                        bound) == 1;
     }
-    flush();
-    return true;
+    // The first row names each value's type, the rows below take the same; the keys' names
+    // differ from every column's, so that ipid may be set too.
+    auto sqlTypes = columnTypes_.find(table.toLower());
+    if (sqlTypes == columnTypes_.end())
+        sqlTypes = columnTypes_.insert(table.toLower(), db_.columnTypes(table));
+    const db::Dialect& dialect = db_.dialect();
+    QStringList names{QStringLiteral("autoid_key"), QStringLiteral("ipid_key")};
+    QStringList typed{dialect.typedPlaceholder(sqlTypes->value(QStringLiteral("autoid"))),
+                      dialect.typedPlaceholder(sqlTypes->value(QStringLiteral("ipid")))};
+    QStringList sets;
+    for (const QString& column : columns) {
+        names << column;
+        typed << dialect.typedPlaceholder(sqlTypes->value(column.toLower()));
+        sets << column + QStringLiteral("=v.") + column;
+    }
+    if (withPsid)
+        sets << QStringLiteral("psid=?");
+    QStringList tuples{QStringLiteral("(") + typed.join(',') + QStringLiteral(")")};
+    const QString plain = QStringLiteral("(") +
+                          QStringList(names.size(), QStringLiteral("?")).join(',') +
+                          QStringLiteral(")");
+    db::Params bound;
+    bound.reserve(qsizetype(values.size()) * names.size() + 1);
+    for (const db::Params& row : values) {
+        if (!bound.isEmpty())
+            tuples << plain;
+        bound += row;
+    }
+    if (withPsid)
+        bound << headerNumber;
+    const int changed =
+        db_.exec(QStringLiteral("WITH v(%1) AS (VALUES %2) UPDATE %3 SET %4 FROM v WHERE "
+                                "%3.autoid=v.autoid_key AND %3.ipid=v.ipid_key")
+                     .arg(names.join(','), tuples.join(','), table, sets.join(',')),
+                 bound);
+    // Fewer rows than listed: a line was deleted meanwhile or belongs to another BOM.
+    return changed == int(values.size());
 }
 
 void RowWriter::insertLines(const QString& table, const QStringList& columns, RowSet& rows,

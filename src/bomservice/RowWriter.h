@@ -36,8 +36,10 @@ public:
 
     // The lines `rows` of one header, as WriteRow would write them one by one: "A" rows are
     // inserted in row order and get their new autoid in the row, "M" rows update the line
-    // `autoid` of the header in their ipid. `headerNumber` is the header's ID, which every
-    // line keeps as psid. False, with nothing more written, when a modified line is gone.
+    // `autoid` of the header in their ipid. Neighbouring rows carrying the same columns share
+    // one statement. `headerNumber` is the header's ID, which every line keeps as psid. False
+    // when a modified line is gone; lines sharing its statement are written all the same, so
+    // the caller rolls back.
     bool WriteLines(const QString& table, RowSet& rows, const std::vector<int>& which,
                     const QVariant& headerNumber);
 
@@ -80,11 +82,16 @@ private:
     void insertLines(const QString& table, const QStringList& columns, RowSet& rows,
                      const std::vector<int>& which, const std::vector<db::Params>& values,
                      int autoidCell);
+    // Modified lines carrying the same `columns`: each of `values` holds a line's autoid and
+    // ipid, then its values. False when fewer lines were changed than given.
+    bool updateLines(const QString& table, const QStringList& columns,
+                     const std::vector<db::Params>& values, const QVariant& headerNumber);
 
     db::Database& db_;
     const suite::Login& login_;
     int templateId_;
     QHash<QString, Table> tables_;
+    QHash<QString, QHash<QString, QString>> columnTypes_; // by lower-case table name
 };
 
 } // namespace bom::bomservice

@@ -310,6 +310,14 @@ QHash<QString, int> Database::textLimits(const QString& table) {
     return limits;
 }
 
+QHash<QString, QString> Database::columnTypes(const QString& table) {
+    QHash<QString, QString> types;
+    const Rows columns = query(dialect_->columnTypesSql(), {table.toLower()});
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        types.insert(columns.text(i, "name").toLower(), columns.text(i, "type"));
+    return types;
+}
+
 void Database::begin() {
     if (depth_ == 0)
         exec(isPostgres() ? QStringLiteral("BEGIN") : QStringLiteral("BEGIN IMMEDIATE"));

@@ -62,6 +62,8 @@ public:
     // The declared length of each length-limited text column of a table, by lower-case name.
     // SQLite keeps longer texts without complaint, so callers check lengths themselves.
     QHash<QString, int> textLimits(const QString& table);
+    // The SQL type of each column of a table, by lower-case name, as a cast names it.
+    QHash<QString, QString> columnTypes(const QString& table);
 
     // Used by Transaction: nesting becomes savepoints.
     void begin();

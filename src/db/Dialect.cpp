@@ -21,6 +21,10 @@ public:
     QString longTransactionSetup() const override { return {}; }
     QString pagedReaderSetup() const override { return {}; }
     int valuesPerStatement() const override { return 200; }
+    QString columnTypesSql() const override {
+        return QStringLiteral("SELECT name, type FROM pragma_table_info(?)");
+    }
+    QString typedPlaceholder(const QString&) const override { return QStringLiteral("?"); }
     Kind kind() const override { return Kind::Sqlite; }
     QString name() const override { return QStringLiteral("sqlite"); }
     QString translateSchema(const QString& script) const override {
@@ -65,6 +69,16 @@ public:
     }
 
     int valuesPerStatement() const override { return 20000; }
+    QString columnTypesSql() const override {
+        return QStringLiteral("SELECT a.attname AS name, format_type(a.atttypid, NULL) AS type "
+                              "FROM pg_attribute a JOIN pg_class c ON c.oid = a.attrelid JOIN "
+                              "pg_namespace n ON n.oid = c.relnamespace WHERE n.nspname = "
+                              "current_schema() AND c.relname = lower(?) AND a.attnum > 0 AND "
+                              "NOT a.attisdropped");
+    }
+    QString typedPlaceholder(const QString& type) const override {
+        return type.isEmpty() ? QStringLiteral("?") : QStringLiteral("CAST(? AS %1)").arg(type);
+    }
     Kind kind() const override { return Kind::Postgres; }
     QString name() const override { return QStringLiteral("postgresql"); }
     QString translateSchema(const QString& script) const override {

@@ -36,6 +36,12 @@ public:
     // Bound values one multi-row statement should carry at most. Qt's SQLite driver looks up
     // every placeholder's name on each run, which grows with the square of their number.
     virtual int valuesPerStatement() const = 0;
+    // SQL answering, for the table bound to its one placeholder, one row per column: "name"
+    // and "type", the type as a cast names it (without length, so a cast never cuts a text).
+    virtual QString columnTypesSql() const = 0;
+    // A placeholder for a value of SQL type `type` where nothing around it tells the database
+    // its type (a VALUES list): PostgreSQL would take text.
+    virtual QString typedPlaceholder(const QString& type) const = 0;
 
     static std::unique_ptr<Dialect> create(Kind kind);
 };

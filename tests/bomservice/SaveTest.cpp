@@ -599,4 +599,143 @@ TEST_P(SaveTest, LargeCardsKeepCardOrderDefaultsAndTheirHeader) {
     EXPECT_EQ(total("SD100", "W15"), 0.0);
 }
 
+TEST_P(SaveTest, ManyModifiedLinesWriteWhatOneLineAtATimeWritesAndAllOrNothing) {
+    // Two BOMs alike; the same edits go to one in a single save and to the other line by line.
+    // Lines come in blocks that carry the same cells: 20 lines, then four blocks of 10.
+    constexpr int kLines = 60;
+    auto block = [](int row) { return row < 20 ? 0 : 1 + (row - 20) / 10; };
+    {
+        QSqlQuery insert = db().prepare(QStringLiteral(
+            "INSERT INTO Inventory(iId, cInvCode, cInvName, bPurchase) VALUES (?, ?, 'm', 1)"));
+        db::Transaction tx(db());
+        for (int i = 0; i < kLines + 2; ++i)
+            db().run(insert, {400000 + i, i < kLines ? QStringLiteral("M%1").arg(i)
+                                                     : QStringLiteral("MP%1").arg(i - kLines)});
+        tx.commit();
+    }
+    QString ids[2];
+    for (int b = 0; b < 2; ++b) {
+        BomCard card = newCard(QStringLiteral("MP%1").arg(b));
+        for (int i = 0; i < kLines; ++i) {
+            const int row = addLine(card, QStringLiteral("M%1").arg(i), 1 + i % 5);
+            if (block(i) % 2 == 0)
+                card.lines.setValue(row, QStringLiteral("iwasterate"), 2.0);
+            if (block(i) != 3) {
+                card.lines.setValue(row, QStringLiteral("cwhcode"), QStringLiteral("W01"));
+                card.lines.setValue(row, QStringLiteral("cdefine22"), QStringLiteral("old"));
+            }
+        }
+        ASSERT_TRUE(save(*session, card, 0)) << session->prompter.texts().join('|').toStdString();
+        ids[b] = card.header.text(0, QStringLiteral("iautoid"));
+    }
+    // Numbers, texts, display flags, empty cells (stored as NULL) and null cells (kept).
+    auto edit = [&](BomCard& card, int row) {
+        auto set = [&](const char* field, const QVariant& value) {
+            card.lines.setValue(row, QLatin1String(field), value);
+        };
+        switch (block(row)) {
+        case 0:
+            set("ipsquantity", 1.0 / 3 + row);
+            set("cdefine26", 1e-7 * row);
+            break;
+        case 1:
+            set("cwhcode", QStringLiteral(""));
+            set("cdefine22", QStringLiteral("it's 第%1行").arg(row));
+            set("wiptype", QStringLiteral("入库倒冲"));
+            break;
+        case 2:
+            set("iwasterate", QVariant());
+            set("cdefine26", QStringLiteral(""));
+            set("replaceflag", QStringLiteral("是"));
+            break;
+        case 3:
+            set("cdefine22", QVariant());
+            set("cdefine27", 123456789.125);
+            set("unitqty", QStringLiteral("4"));
+            break;
+        default:
+            break; // marked changed, nothing changed
+        }
+        card.lines.setEditprop(row, QStringLiteral("M"));
+    };
+    BomCard whole = load(*session, ids[0]);
+    for (int row = 0; row < kLines; ++row)
+        edit(whole, row);
+    ASSERT_TRUE(save(*session, whole, 1)) << session->prompter.texts().join('|').toStdString();
+    BomCard single = load(*session, ids[1]);
+    for (int row = 0; row < kLines; ++row) {
+        edit(single, row);
+        ASSERT_TRUE(save(*session, single, 1)) << row;
+    }
+    auto stored = [&](const QString& id) {
+        const db::Rows rows = db().query(
+            QStringLiteral("SELECT l.cpscode, l.ipsquantity, l.tdqtyd, l.iwasterate, l.cwhcode, "
+                           "l.cdefine22, l.cdefine26, l.cdefine27, l.unitqty, l.wiptype, "
+                           "l.replaceflag, CASE WHEN l.psid = h.ID AND l.cpspcode = h.cpspcode "
+                           "THEN 'linked' ELSE 'stray' END FROM ProductStructures l JOIN "
+                           "ProductStructure h ON h.iautoid = l.ipid WHERE l.ipid=? ORDER BY "
+                           "l.autoid"),
+            {id});
+        QStringList out;
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            QStringList cells;
+            for (const QVariant& v : rows.at(i))
+                cells << (v.isNull() ? QStringLiteral("NULL") : v.toString());
+            out << cells.join('|');
+        }
+        return out;
+    };
+    const QStringList written = stored(ids[0]);
+    ASSERT_EQ(written.size(), kLines);
+    EXPECT_EQ(written, stored(ids[1]));
+    auto field = [&](int row, int column) { return written[row].split('|')[column]; };
+    EXPECT_DOUBLE_EQ(field(5, 1).toDouble(), 1.0 / 3 + 5);
+    EXPECT_DOUBLE_EQ(field(5, 6).toDouble(), 5e-7);
+    EXPECT_EQ(field(25, 4), QStringLiteral("NULL"));
+    EXPECT_EQ(field(25, 5), QStringLiteral("it's 第25行"));
+    EXPECT_EQ(field(25, 9), QStringLiteral("1"));
+    EXPECT_EQ(field(32, 3).toDouble(), 2.0); // a null cell keeps the stored value
+    EXPECT_EQ(field(32, 6), QStringLiteral("NULL"));
+    EXPECT_EQ(field(32, 10), QStringLiteral("1"));
+    EXPECT_EQ(field(45, 5), QStringLiteral("NULL")); // never stored
+    EXPECT_EQ(field(45, 7).toDouble(), 123456789.125);
+    EXPECT_EQ(field(45, 8).toDouble(), 4.0);
+    EXPECT_EQ(field(55, 5), QStringLiteral("old"));
+    EXPECT_EQ(field(59, 11), QStringLiteral("linked"));
+
+    // A line gone from the BOM in the middle of a block, deleted meanwhile or one of another
+    // BOM named instead, refuses the whole save.
+    const qlonglong version =
+        db().scalar(QStringLiteral("SELECT qzts FROM ProductStructure WHERE iautoid=?"), {ids[0]})
+            .toLongLong();
+    test::TestSession other(account->url(), QStringLiteral("demo"));
+    const QVariant foreign = single.lines.value(14, QStringLiteral("autoid"));
+    for (int spoil = 0; spoil < 2; ++spoil) {
+        BomCard card = load(*session, ids[0]);
+        for (int row = 0; row < card.lines.rowCount(); ++row) {
+            card.lines.setValue(row, QStringLiteral("ipsquantity"), 7.0);
+            card.lines.setEditprop(row, QStringLiteral("M"));
+        }
+        if (spoil == 0)
+            other.db().exec(QStringLiteral("DELETE FROM ProductStructures WHERE autoid=?"),
+                            {card.lines.value(13, QStringLiteral("autoid"))});
+        else
+            card.lines.setValue(14, QStringLiteral("autoid"), foreign);
+        QString result;
+        EXPECT_FALSE(save(*session, card, 1, &result));
+        EXPECT_EQ(result, QStringLiteral("保存失败！"));
+        EXPECT_EQ(session->prompter.texts().last(),
+                  QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！"));
+        EXPECT_EQ(count(QStringLiteral("SELECT count(*) FROM ProductStructures WHERE ipid IN "
+                                       "(?,?) AND ipsquantity=7"),
+                        {ids[0], ids[1]}),
+                  0);
+        EXPECT_EQ(db().scalar(QStringLiteral("SELECT qzts FROM ProductStructure WHERE iautoid=?"),
+                              {ids[0]})
+                      .toLongLong(),
+                  version);
+    }
+    EXPECT_EQ(stored(ids[1]), written);
+}
+
 BOM_INSTANTIATE_BACKENDS(SaveTest);
