@@ -12,16 +12,20 @@ RowAuthFilter::BomScopes scopesOf(db::Database& db, const QString& userId) {
     return RowAuthFilter::bomScopesOf(suite::RightsStore(db).effectiveRowScopes(userId));
 }
 
-// Stored BOMs that the operator's rights hide, restricted by `where` on ProductStructure h.
+// Stored BOMs that the operator's rights hide, restricted by `where` on ProductStructure h:
+// read from the tables themselves, a header's lines through their index.
 db::SqlCondition hiddenBoms(const QString& userId, const RowAuthFilter::BomScopes& scopes,
                             const db::SqlCondition& where) {
     return db::SqlCondition{QStringLiteral("insert into sys_bom_hidden(cuserid, iautoid) select "
-                                           "?, h.iautoid from ProductStructure h where "),
+                                           "?, h.iautoid from ProductStructure h left join "
+                                           "Inventory hi on hi.cInvCode=h.cpspcode where "),
                             {userId}} +
-           where +
-           db::sqlText(QStringLiteral(" and not exists (select 1 from pp_q_bomtreet where "
-                                      "pp_q_bomtreet.iautoid=h.iautoid")) +
-           RowAuthFilter::DirectBomAuthFilter(userId, scopes) + db::sqlText(QStringLiteral(")"));
+           where + db::sqlText(QStringLiteral(" and (not ")) +
+           RowAuthFilter::HeaderAllowed(userId, scopes, QStringLiteral("h"),
+                                        QStringLiteral("hi.iId")) +
+           db::sqlText(QStringLiteral(" or ")) +
+           RowAuthFilter::ForbiddenLineExists(userId, scopes, QStringLiteral("h.iautoid")) +
+           db::sqlText(QStringLiteral(")"));
 }
 
 } // namespace

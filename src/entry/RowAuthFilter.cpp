@@ -38,45 +38,55 @@ RowAuthFilter::BomScopes RowAuthFilter::bomScopesOf(const QHash<QString, Scope>&
             scopesByKind.value(QStringLiteral("warehouse"), Scope::All)};
 }
 
+db::SqlCondition RowAuthFilter::HeaderAllowed(const QString& userId, const BomScopes& scopes,
+                                              const QString& header, const QString& itemId) {
+    db::SqlCondition allowed = sqlText(QStringLiteral("(1=1"));
+    if (scopes.department == Scope::List)
+        allowed += wrap(QStringLiteral(" and ("),
+                        granted(userId, QStringLiteral("department"), header + ".cdepcode"),
+                        QStringLiteral(" or %1.cdepcode is null)").arg(header));
+    // Items are granted by code; an item's code and iId name the same Inventory row.
+    if (scopes.inventory == Scope::List)
+        allowed +=
+            wrap(QStringLiteral(" and %1 is not null and ").arg(itemId),
+                 granted(userId, QStringLiteral("inventory"), header + ".cpspcode"), QString());
+    return allowed + sqlText(QStringLiteral(")"));
+}
+
+db::SqlCondition RowAuthFilter::ForbiddenLineExists(const QString& userId, const BomScopes& scopes,
+                                                    const QString& headerKey) {
+    db::SqlCondition forbidden = sqlText(QStringLiteral("(1=2)"));
+    if (scopes.department == Scope::List)
+        forbidden +=
+            wrap(QStringLiteral(" or (COALESCE(w.cdepcode,'')<>'' and not "),
+                 granted(userId, QStringLiteral("department"), QStringLiteral("w.cdepcode")),
+                 QStringLiteral(")"));
+    if (scopes.inventory == Scope::List)
+        forbidden += wrap(QStringLiteral(" or (wi.iId is not null and not "),
+                          granted(userId, QStringLiteral("inventory"), QStringLiteral("w.cpscode")),
+                          QStringLiteral(")"));
+    // No warehouse right at all restricts nothing here, unlike departments and items.
+    if (scopes.warehouse == Scope::List)
+        forbidden += wrap(QStringLiteral(" or (COALESCE(w.cwhcode,'')<>'' and not "),
+                          granted(userId, QStringLiteral("warehouse"), QStringLiteral("w.cwhcode")),
+                          QStringLiteral(")"));
+    return wrap(QStringLiteral("exists (select 1 from ProductStructures w left join Inventory wi "
+                               "on wi.cInvCode=w.cpscode where w.ipid=%1 and (")
+                    .arg(headerKey),
+                forbidden, QStringLiteral("))"));
+}
+
 db::SqlCondition RowAuthFilter::DirectBomAuthFilter(const QString& userId,
                                                     const BomScopes& scopes) {
     if (scopes.seesNothing())
         return sqlText(QStringLiteral(" and (1=2)"));
     if (!scopes.decidedRowByRow())
         return {};
-    // Conditions on the header itself, and on any one of its lines that would forbid it.
-    db::SqlCondition header;
-    db::SqlCondition forbiddenLine = sqlText(QStringLiteral("(1=2)"));
-    if (scopes.department == Scope::List) {
-        header += wrap(
-            QStringLiteral(" and ("),
-            granted(userId, QStringLiteral("department"), QStringLiteral("pp_q_bomtreet.cdepcode")),
-            QStringLiteral(" or pp_q_bomtreet.cdepcode is null)"));
-        forbiddenLine +=
-            wrap(QStringLiteral(" or (COALESCE(w.cdepcode,'')<>'' and not "),
-                 granted(userId, QStringLiteral("department"), QStringLiteral("w.cdepcode")),
-                 QStringLiteral(")"));
-    }
-    // Items are granted by code; an item's code and iId name the same Inventory row.
-    if (scopes.inventory == Scope::List) {
-        header += wrap(
-            QStringLiteral(" and pp_q_bomtreet.iId is not null and "),
-            granted(userId, QStringLiteral("inventory"), QStringLiteral("pp_q_bomtreet.cpspcode")),
-            QString());
-        forbiddenLine +=
-            wrap(QStringLiteral(" or (COALESCE(w.iId,-100)<>-100 and not "),
-                 granted(userId, QStringLiteral("inventory"), QStringLiteral("w.cpscode")),
-                 QStringLiteral(")"));
-    }
-    // No warehouse right at all restricts nothing here, unlike departments and items.
-    if (scopes.warehouse == Scope::List)
-        forbiddenLine +=
-            wrap(QStringLiteral(" or (COALESCE(w.cwhcode,'')<>'' and not "),
-                 granted(userId, QStringLiteral("warehouse"), QStringLiteral("w.cwhcode")),
-                 QStringLiteral(")"));
-    return header + wrap(QStringLiteral(" and not exists (select 1 from pp_q_bomtreew w where "
-                                        "w.ipid=pp_q_bomtreet.iautoid and ("),
-                         forbiddenLine, QStringLiteral("))"));
+    return sqlText(QStringLiteral(" and ")) +
+           HeaderAllowed(userId, scopes, QStringLiteral("pp_q_bomtreet"),
+                         QStringLiteral("pp_q_bomtreet.iId")) +
+           sqlText(QStringLiteral(" and not ")) +
+           ForbiddenLineExists(userId, scopes, QStringLiteral("pp_q_bomtreet.iautoid"));
 }
 
 db::SqlCondition RowAuthFilter::GetBomAuthFilter() const {

@@ -33,6 +33,12 @@ public:
 
     // The same rule worked out from the rights themselves, for operator `userId`.
     static db::SqlCondition DirectBomAuthFilter(const QString& userId, const BomScopes& scopes);
+    // Its two halves: the header (relation `header` with cdepcode and cpspcode, the parent
+    // item's iId in `itemId`) is allowed; a line of the BOM keyed `headerKey` is forbidden.
+    static db::SqlCondition HeaderAllowed(const QString& userId, const BomScopes& scopes,
+                                          const QString& header, const QString& itemId);
+    static db::SqlCondition ForbiddenLineExists(const QString& userId, const BomScopes& scopes,
+                                                const QString& headerKey);
     static BomScopes bomScopesOf(const QHash<QString, Scope>& scopesByKind);
 
     // "(1=1)", "(1=2)" or "the row's code is granted" for a reference over `table`.
