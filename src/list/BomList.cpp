@@ -100,18 +100,51 @@ db::Keyset BomList::parentKeyset() const {
     return db::Keyset(std::move(keys));
 }
 
-db::SqlCondition BomList::parentPage(const db::SqlCondition& filter, const QVariantList& lastKey,
-                                     int limit) const {
+BomList::ParentPages BomList::parentPages(const db::SqlCondition& filter) const {
     const entry::RefColumns columns =
         entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
-    const db::Keyset keyset = parentKeyset();
-    db::SqlCondition sql = withFilters(
+    db::Keyset keyset = parentKeyset();
+    db::SqlCondition head = withFilters(
         db::sqlText(QStringLiteral("select ") + withKeyColumns(columns.selectList, kParentKeys) +
                     QLatin1Char(',') + keyset.selectList() +
                     QStringLiteral(" from pp_q_bomtreet  where 1=1")),
         filter);
-    return sql + keyset.after(lastKey) +
-           db::sqlText(keyset.orderBy() + QStringLiteral(" limit %1").arg(limit));
+    return ParentPages(std::move(head), std::move(keyset));
+}
+
+db::SqlCondition BomList::ParentPages::page(const QVariantList& lastKey, int limit) const {
+    return head_ + keyset_.after(lastKey) +
+           db::sqlText(keyset_.orderBy() + QStringLiteral(" limit %1").arg(limit));
+}
+
+db::SqlCondition BomList::parentPage(const db::SqlCondition& filter, const QVariantList& lastKey,
+                                     int limit) const {
+    return parentPages(filter).page(lastKey, limit);
+}
+
+int BomList::parentCount(const db::SqlCondition& filter) const {
+    db::Database& db = *session_.gConn;
+    if (filter.sql.trimmed().isEmpty()) {
+        const suite::RowAuth& auth = *session_.gRowAuth;
+        const entry::RowAuthFilter::BomScopes scopes{auth.scope(QStringLiteral("Department")),
+                                                     auth.scope(QStringLiteral("Inventory")),
+                                                     auth.scope(QStringLiteral("Warehouse"))};
+        if (scopes.seesNothing())
+            return 0;
+        // Every header is one row of the list; the rights hide exactly the kept hidden BOMs.
+        const QString headers = QStringLiteral("select count(*) from ProductStructure");
+        if (!scopes.decidedRowByRow())
+            return db.scalar(headers).toInt();
+        return db
+            .scalar(QStringLiteral("select (%1) - (select count(*) from sys_bom_hidden "
+                                   "where cuserid=?)")
+                        .arg(headers),
+                    {session_.gUserId})
+            .toInt();
+    }
+    const db::SqlCondition sql = withFilters(
+        db::sqlText(QStringLiteral("select count(*) from pp_q_bomtreet  where 1=1")), filter);
+    return db.scalar(sql.sql, sql.params).toInt();
 }
 
 db::SqlCondition BomList::parentQuery(const db::SqlCondition& filter) const {

@@ -6,6 +6,7 @@
 
 #include <QString>
 #include <optional>
+#include <utility>
 
 namespace bom::entry {
 class Session;
@@ -42,6 +43,27 @@ public:
     db::SqlCondition parentPage(const db::SqlCondition& filter, const QVariantList& lastKey,
                                 int limit) const;
     db::Keyset parentKeyset() const;
+
+    // The parent list's pages with the column settings and rights read once, so that each
+    // further page costs only its own query.
+    class ParentPages {
+    public:
+        db::SqlCondition page(const QVariantList& lastKey, int limit) const;
+        // Keyset columns at the end of each page row (named db::Keyset::keyColumn(i)).
+        int keyCount() const { return int(keyset_.keys().size()); }
+
+    private:
+        friend class BomList;
+        ParentPages(db::SqlCondition head, db::Keyset keyset)
+            : head_(std::move(head)), keyset_(std::move(keyset)) {}
+        db::SqlCondition head_;
+        db::Keyset keyset_;
+    };
+    ParentPages parentPages(const db::SqlCondition& filter = {}) const;
+
+    // How many headers the parent list holds. Unfiltered, from the headers and the operator's
+    // hidden BOMs alone, so it costs the same however long the list; filtered, by counting.
+    int parentCount(const db::SqlCondition& filter = {}) const;
     // The headers the operator may see with exactly `columns` (checked view columns), ordered
     // by parent and free items 1 and 2 rather than by the operator's sort.
     db::SqlCondition fixedParentQuery(const QStringList& columns,

@@ -1,9 +1,13 @@
+#include "bomservice/Guards.h"
+#include "db/Transaction.h"
 #include "list/BomList.h"
 #include "suite/ColumnSettings.h"
 #include "suite/PublicService.h"
+#include "suite/RightsStore.h"
 #include "support/TestAccount.h"
 
 #include <algorithm>
+#include <map>
 #include <random>
 
 using namespace bom;
@@ -95,6 +99,69 @@ TEST_P(ListPagingTest, PagesReturnEveryRowOnceInTheListsOrder) {
     ASSERT_TRUE(settings.Save(QStringLiteral("WLQDLBM"), columns, &error));
     test::TestSession resorted(account->url(), QStringLiteral("demo"));
     EXPECT_EQ(paged(resorted, 3), sorted(resorted, true));
+}
+
+TEST_P(ListPagingTest, CountIsTheNumberOfRowsListed) {
+    // li may see every item (his rights are a list that hides nothing), zhao no item at all.
+    {
+        db::Transaction tx(*db);
+        suite::RightsStore rights(*db);
+        for (const QString& user : {QStringLiteral("li"), QStringLiteral("zhao")}) {
+            db->exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES (?, ?)"),
+                     {user, user});
+            rights.setScope(user, QStringLiteral("function"), suite::RightsStore::Scope::All);
+        }
+        rights.setScope(QStringLiteral("li"), QStringLiteral("inventory"),
+                        suite::RightsStore::Scope::List);
+        QStringList items;
+        const db::Rows codes = db->query(QStringLiteral("SELECT cInvCode FROM Inventory"));
+        for (std::size_t i = 0; i < codes.size(); ++i)
+            items << codes.text(i, "cInvCode");
+        rights.grant(QStringLiteral("li"), QStringLiteral("inventory"), items);
+        rights.setScope(QStringLiteral("zhao"), QStringLiteral("inventory"),
+                        suite::RightsStore::Scope::None);
+        tx.commit();
+    }
+    const auto listed = [](test::TestSession& s, const db::SqlCondition& filter) {
+        const db::SqlCondition sql = list::BomList(s.session()).parentQuery(filter);
+        return int(s.db().query(sql.sql, sql.params).size());
+    };
+    const db::SqlCondition shirts{QStringLiteral("cpspcode = ?"), {QStringLiteral("GT100")}};
+    const int all = db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure")).toInt();
+    std::map<QString, int> counts;
+    for (const QString& user : {QStringLiteral("demo"), QStringLiteral("wang"),
+                                QStringLiteral("li"), QStringLiteral("zhao")}) {
+        test::TestSession s(account->url(), user);
+        const list::BomList list(s.session());
+        counts[user] = list.parentCount();
+        EXPECT_EQ(counts[user], listed(s, {})) << user.toStdString();
+        EXPECT_EQ(list.parentCount(shirts), listed(s, shirts)) << user.toStdString();
+        if (counts[user] > 0) { // the filter leaves some of his BOMs
+            EXPECT_GT(list.parentCount(shirts), 0) << user.toStdString();
+        }
+    }
+    EXPECT_EQ(counts["demo"], all);
+    EXPECT_EQ(counts["li"], all);
+    EXPECT_EQ(counts["zhao"], 0);
+    EXPECT_GT(counts["wang"], 0);
+    EXPECT_LT(counts["wang"], all);
+
+    // Deleting a BOM hidden from wang and one he sees: his count follows both.
+    test::TestSession demo(account->url(), QStringLiteral("demo"));
+    const QString hidden =
+        db->scalar(QStringLiteral("SELECT iautoid FROM sys_bom_hidden WHERE cuserid='wang'"))
+            .toString();
+    test::TestSession wang(account->url(), QStringLiteral("wang"));
+    const db::SqlCondition his = list::BomList(wang.session()).parentQuery();
+    const QString shown = wang.db().query(his.sql, his.params).text(0, "iautoid");
+    ASSERT_FALSE(hidden.isEmpty());
+    for (const QString& id : {hidden, shown}) {
+        db::Transaction tx(demo.db());
+        ASSERT_TRUE(bomservice::BomGuards(demo.session()).RemoveStoredBom(id));
+        tx.commit();
+    }
+    EXPECT_EQ(list::BomList(wang.session()).parentCount(), counts["wang"] - 1);
+    EXPECT_EQ(list::BomList(wang.session()).parentCount(), listed(wang, {}));
 }
 
 BOM_INSTANTIATE_BACKENDS(ListPagingTest);
