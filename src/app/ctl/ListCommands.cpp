@@ -5,6 +5,8 @@
 #include "list/BomList.h"
 #include "list/BomListCommands.h"
 
+#include <functional>
+
 namespace bom::app {
 namespace {
 
@@ -64,9 +66,11 @@ bool selectBoms(CtlContext& ctx, const QStringList& ids, NamedSelection& selecti
     return true;
 }
 
-// A command over the BOMs named as arguments; refused when it changed none of them.
-int runOnSelection(CtlContext& ctx, int (*run)(list::BomListCommands&)) {
-    const auto words = ctx.positional(0, -1);
+// Runs `run` over the BOMs named as arguments (between `min` and `max` of them, -1: any
+// number); answers the exit status `run` gives.
+int withNamedBoms(CtlContext& ctx, int min, int max,
+                  const std::function<int(list::BomListCommands&)>& run) {
+    const auto words = ctx.positional(min, max);
     if (!words)
         return ExitUsage;
     if (const int status = ctx.startSession())
@@ -75,8 +79,15 @@ int runOnSelection(CtlContext& ctx, int (*run)(list::BomListCommands&)) {
     if (!selectBoms(ctx, *words, selection))
         return ExitRefused;
     list::BomListCommands commands(ctx.session(), selection, selection);
-    const int changed = run(commands);
-    return ctx.finish(changed > 0 ? ExitOk : ExitRefused, {{"changed", changed}});
+    return run(commands);
+}
+
+// A command over the BOMs named as arguments; refused when it changed none of them.
+int runOnSelection(CtlContext& ctx, int (*command)(list::BomListCommands&)) {
+    return withNamedBoms(ctx, 0, -1, [&](list::BomListCommands& commands) {
+        const int changed = command(commands);
+        return ctx.finish(changed > 0 ? ExitOk : ExitRefused, {{"changed", changed}});
+    });
 }
 
 int runApprove(CtlContext& ctx) {
@@ -93,16 +104,9 @@ int runEnable(CtlContext& ctx) {
 }
 
 int runDelete(CtlContext& ctx) {
-    const auto words = ctx.positional(1, 1);
-    if (!words)
-        return ExitUsage;
-    if (const int status = ctx.startSession())
-        return status;
-    NamedSelection selection;
-    if (!selectBoms(ctx, *words, selection))
-        return ExitRefused;
-    list::BomListCommands commands(ctx.session(), selection, selection);
-    return ctx.finish(commands.RunCommand(QStringLiteral("Delete")) ? ExitOk : ExitRefused);
+    return withNamedBoms(ctx, 1, 1, [&](list::BomListCommands& commands) {
+        return ctx.finish(commands.RunCommand(QStringLiteral("Delete")) ? ExitOk : ExitRefused);
+    });
 }
 
 int runDeleteLine(CtlContext& ctx) {
