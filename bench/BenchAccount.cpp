@@ -7,6 +7,7 @@
 #include <QStringList>
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
 namespace bom::bench {
 
@@ -66,6 +67,18 @@ QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& sha
 
 QString sizedUrl(const QString& url, int boms) {
     return boms == 100000 ? url : taggedUrl(url, QStringLiteral("%1k").arg(boms / 1000));
+}
+
+std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
+                                               suite::ScriptedPrompter& prompter) {
+    auto session = std::make_unique<entry::HeadlessSession>(prompter);
+    QString error;
+    if (session->start(url, user, QString(), &error) != entry::HeadlessSession::Outcome::Running) {
+        std::fprintf(stderr, "session refused: %s\n",
+                     qPrintable(error + prompter.texts().join(' ')));
+        std::exit(1);
+    }
+    return session;
 }
 
 std::vector<double> measure(int runs, const std::function<void()>& work) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "db/Database.h"
+#include "entry/HeadlessSession.h"
 #include "suite/Account.h"
+#include "suite/Prompter.h"
 
 #include <QString>
 #include <chrono>
@@ -24,6 +26,10 @@ QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& sha
 QString sizedUrl(const QString& url, int boms);
 // `url` with `tag` added to its file or database name.
 QString taggedUrl(const QString& url, const QString& tag);
+
+// A running session of `user` on `url`; a refusal ends the benchmark with its reason.
+std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
+                                               suite::ScriptedPrompter& prompter);
 
 // Runs `work` `runs` times and answers the durations in milliseconds, sorted.
 std::vector<double> measure(int runs, const std::function<void()>& work);

@@ -183,15 +183,8 @@ int run(const QString& url, int runs) {
     bench::openGeneratedAccount(url, 100000);
 
     suite::ScriptedPrompter prompter;
-    entry::HeadlessSession headless(prompter);
-    QString error;
-    if (headless.start(url, QStringLiteral("demo"), QString(), &error) !=
-        entry::HeadlessSession::Outcome::Running) {
-        std::fprintf(stderr, "session refused: %s\n",
-                     qPrintable(error + prompter.texts().join(' ')));
-        return 1;
-    }
-    entry::Session& session = headless.session();
+    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
+    entry::Session& session = headless->session();
     db::Database& db = *session.gConn;
     const bool postgres = db.isPostgres();
 
@@ -217,7 +210,7 @@ int run(const QString& url, int runs) {
             failed("card load", prompter, {}, {});
         return *card;
     };
-    QString result;
+    QString result, error;
 
     // Each round runs every variant once, in turn, so that load from other work on the
     // machine falls on all of them alike.

@@ -44,15 +44,8 @@ double p50(std::vector<double> ms) {
 int run(const QString& url) {
     bench::openGeneratedAccount(url, 100000);
     suite::ScriptedPrompter prompter;
-    entry::HeadlessSession headless(prompter);
-    QString error;
-    if (headless.start(url, QStringLiteral("demo"), QString(), &error) !=
-        entry::HeadlessSession::Outcome::Running) {
-        std::fprintf(stderr, "session refused: %s\n",
-                     qPrintable(error + prompter.texts().join(' ')));
-        return 1;
-    }
-    entry::Session& session = headless.session();
+    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
+    entry::Session& session = headless->session();
     db::Database& db = *session.gConn;
     const QString kind = db.isPostgres() ? QStringLiteral("pg") : QStringLiteral("sqlite");
 
