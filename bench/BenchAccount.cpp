@@ -69,6 +69,25 @@ QString sizedUrl(const QString& url, int boms) {
     return boms == 100000 ? url : taggedUrl(url, QStringLiteral("%1k").arg(boms / 1000));
 }
 
+// A new card of `parent` whose lines use `components`, in order, as a planner enters it.
+bomservice::BomCard newCard(const QString& parent, const QStringList& components) {
+    bomservice::BomCard card;
+    const int head = card.header.appendRow();
+    card.header.setValue(head, QStringLiteral("cpspcode"), parent);
+    card.header.setValue(head, QStringLiteral("bmrcbbom"), QStringLiteral("否"));
+    card.header.setValue(head, QStringLiteral("bexpand"), QStringLiteral("是"));
+    for (int i = 0; i < components.size(); ++i) {
+        const int row = card.lines.appendRow();
+        card.lines.setValue(row, QStringLiteral("cpscode"), components[i]);
+        card.lines.setValue(row, QStringLiteral("ipsquantity"), 1 + i % 9);
+        card.lines.setValue(row, QStringLiteral("tdqtyd"), 1);
+        card.lines.setValue(row, QStringLiteral("wiptype"), QStringLiteral("正常领料"));
+        card.lines.setValue(row, QStringLiteral("replaceflag"), QStringLiteral("否"));
+        card.lines.setEditprop(row, QStringLiteral("A"));
+    }
+    return card;
+}
+
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
                                                suite::ScriptedPrompter& prompter) {
     auto session = std::make_unique<entry::HeadlessSession>(prompter);

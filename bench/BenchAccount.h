@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bomservice/RowSet.h"
 #include "db/Database.h"
 #include "entry/HeadlessSession.h"
 #include "suite/Account.h"
@@ -26,6 +27,9 @@ QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& sha
 QString sizedUrl(const QString& url, int boms);
 // `url` with `tag` added to its file or database name.
 QString taggedUrl(const QString& url, const QString& tag);
+
+// A new card of `parent` with one line per component, quantities 1 … 9 over 1.
+bomservice::BomCard newCard(const QString& parent, const QStringList& components);
 
 // A running session of `user` on `url`; a refusal ends the benchmark with its reason.
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,

@@ -65,24 +65,6 @@ QString freshParent(db::Database& db) {
     return code;
 }
 
-bomservice::BomCard newCard(const QString& parent, const QStringList& components) {
-    bomservice::BomCard card;
-    const int head = card.header.appendRow();
-    card.header.setValue(head, QStringLiteral("cpspcode"), parent);
-    card.header.setValue(head, QStringLiteral("bmrcbbom"), QStringLiteral("否"));
-    card.header.setValue(head, QStringLiteral("bexpand"), QStringLiteral("是"));
-    for (int i = 0; i < components.size(); ++i) {
-        const int row = card.lines.appendRow();
-        card.lines.setValue(row, QStringLiteral("cpscode"), components[i]);
-        card.lines.setValue(row, QStringLiteral("ipsquantity"), 1 + i % 9);
-        card.lines.setValue(row, QStringLiteral("tdqtyd"), 1);
-        card.lines.setValue(row, QStringLiteral("wiptype"), QStringLiteral("正常领料"));
-        card.lines.setValue(row, QStringLiteral("replaceflag"), QStringLiteral("否"));
-        card.lines.setEditprop(row, QStringLiteral("A"));
-    }
-    return card;
-}
-
 // Every line marked changed with a new quantity, as a planner's edit of the whole card.
 void changeEveryLine(bomservice::BomCard& card) {
     for (int row = 0; row < card.lines.rowCount(); ++row) {
@@ -217,7 +199,7 @@ int run(const QString& url, int runs) {
     std::vector<double> ours, oursChange, base, baseChange, floor, floorOne;
     QStringList ourIds, baseIds;
     for (int r = 0; r < runs; ++r) {
-        bomservice::BomCard card = newCard(freshParent(db), components);
+        bomservice::BomCard card = bench::newCard(freshParent(db), components);
         prompter.clear();
         QElapsedTimer timer;
         timer.start();
@@ -226,7 +208,7 @@ int run(const QString& url, int runs) {
         ours.push_back(msSince(timer));
         ourIds << card.header.text(0, QStringLiteral("iautoid"));
 
-        bomservice::BomCard plain = newCard(freshParent(db), components);
+        bomservice::BomCard plain = bench::newCard(freshParent(db), components);
         timer.start();
         if (!straightforward.save(plain, 0))
             failed("straightforward new card save", prompter, {}, {});

@@ -19,23 +19,6 @@ using namespace bom;
 
 namespace {
 
-bomservice::BomCard cardOf(const QString& parent, const QStringList& components, int lines) {
-    bomservice::BomCard card;
-    const int head = card.header.appendRow();
-    card.header.setValue(head, QStringLiteral("cpspcode"), parent);
-    card.header.setValue(head, QStringLiteral("bmrcbbom"), QStringLiteral("否"));
-    for (int i = 0; i < lines; ++i) {
-        const int row = card.lines.appendRow();
-        card.lines.setValue(row, QStringLiteral("cpscode"), components[i]);
-        card.lines.setValue(row, QStringLiteral("ipsquantity"), 1 + i % 9);
-        card.lines.setValue(row, QStringLiteral("tdqtyd"), 1);
-        card.lines.setValue(row, QStringLiteral("wiptype"), QStringLiteral("正常领料"));
-        card.lines.setValue(row, QStringLiteral("replaceflag"), QStringLiteral("否"));
-        card.lines.setEditprop(row, QStringLiteral("A"));
-    }
-    return card;
-}
-
 double p50(std::vector<double> ms) {
     std::sort(ms.begin(), ms.end());
     return bench::percentile(ms, 0.5);
@@ -67,7 +50,7 @@ int run(const QString& url) {
     auto ours = [&](int lines, int runs) {
         // The validation may change its card, so each run gets a copy made before the clock.
         std::vector<bomservice::BomCard> cards(std::size_t(runs),
-                                               cardOf(parent, components, lines));
+                                               bench::newCard(parent, components.mid(0, lines)));
         std::size_t next = 0;
         return bench::measure(runs, [&] {
             prompter.clear();
@@ -79,7 +62,7 @@ int run(const QString& url) {
         });
     };
     bench::StraightforwardSave straightforward(session);
-    const bomservice::BomCard small = cardOf(parent, components, 1000);
+    const bomservice::BomCard small = bench::newCard(parent, components.mid(0, 1000));
     const std::vector<double> base = bench::measure(3, [&] {
         bomservice::BomCard copy = small;
         if (!straightforward.validate(copy)) {
