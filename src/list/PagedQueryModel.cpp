@@ -1,23 +1,14 @@
 #include "PagedQueryModel.h"
 
+#include "db/DbError.h"
+#include "db/Keyset.h"
 #include "db/ValueTypes.h"
 
-#include "db/DbError.h"
-
 #include <QScopedValueRollback>
-#include <QSqlError>
-#include <QSqlRecord>
-#include <climits>
+#include <algorithm>
 
 namespace bom::list {
 namespace {
-
-QString errorText(const QSqlError& error) {
-    QString text = error.databaseText().trimmed();
-    if (text.isEmpty())
-        text = error.driverText().trimmed();
-    return text.isEmpty() ? error.text() : text;
-}
 
 // "Person.CPersonCode" reaches the result as "cpersoncode".
 QString bareName(const QString& name) {
@@ -35,125 +26,344 @@ void PagedQueryModel::setColumns(std::vector<suite::ColumnSetting> columns) {
     endResetModel();
 }
 
+void PagedQueryModel::setPaging(int pageSize, int pagesKept) {
+    pageSize_ = std::max(pageSize, 1);
+    // The view shows rows of at least two pages at a page boundary.
+    pagesKept_ = std::max(pagesKept, 2);
+}
+
 void PagedQueryModel::mapColumns() {
     names_.clear();
     if (columns_.empty())
-        names_ = fields_;
+        names_ = fields_.mid(0, dataFields_);
     for (const suite::ColumnSetting& c : columns_)
         names_ << bareName(c.fieldName);
 }
 
-bool PagedQueryModel::open(db::Database& db, const db::SqlCondition& sql, bool readAll) {
-    const Marks kept = marks();
-    beginResetModel();
-    rows_.clear();
-    query_ = QSqlQuery();
+void PagedQueryModel::setFields(const QStringList& names) {
+    fieldNames_ = names;
     fields_.clear();
+    for (const QString& name : names)
+        fields_ << name.toLower();
+    dataFields_ = std::max(0, int(fields_.size()) - keyCount_);
+    keyIndex_ = keyColumn_.isEmpty() ? -1 : int(fields_.indexOf(keyColumn_));
+}
+
+void PagedQueryModel::reset(const std::function<void()>& read) {
+    const Marks kept = marks_;
+    beginResetModel();
+    book_.clear();
+    starts_.clear();
+    rows_ = 0;
+    held_ = 0;
     more_ = false;
+    broken_ = false;
+    fieldNames_.clear();
+    fields_.clear();
+    dataFields_ = 0;
+    keyIndex_ = -1;
     QString error;
     try {
-        query_ = db.prepare(sql.sql);
-        db.run(query_, sql.params);
-        const QSqlRecord record = query_.record();
-        for (int i = 0; i < record.count(); ++i)
-            fields_ << record.fieldName(i).toLower();
-        keyIndex_ = keyColumn_.isEmpty() ? -1 : int(fields_.indexOf(keyColumn_));
-        // Without keys, only "every row" can be told again.
-        marks_ = keyIndex_ < 0 ? Marks{kept.all, {}} : kept;
-        more_ = true;
-        rows_ = read(readAll ? INT_MAX : kPageSize);
+        read();
     } catch (const db::DbError& e) {
         error = e.message();
-        query_ = QSqlQuery();
+        book_.clear();
+        starts_.clear();
+        rows_ = 0;
+        held_ = 0;
         more_ = false;
+        pages_ = nullptr;
     }
+    // Without keys, only "every row" can be told again.
+    marks_ = keyIndex_ < 0 ? Marks{kept.all, {}} : kept;
+    for (Page& page : book_)
+        for (Row& row : page.rows)
+            row.selected = marks_.all;
     mapColumns();
     endResetModel();
     if (!error.isEmpty() && onError)
         onError(error);
-    return error.isEmpty();
+}
+
+bool PagedQueryModel::open(db::Database& db, const db::SqlCondition& sql) {
+    bool ok = true;
+    reset([&] {
+        ok = false;
+        db_ = &db;
+        pages_ = nullptr;
+        keyCount_ = 0;
+        QStringList names;
+        std::vector<Row> rows;
+        db.stream(
+            sql.sql, sql.params, [&](const QStringList& columns) { names = columns; },
+            [&](QVariantList&& values) {
+                rows.push_back({false, std::move(values)});
+            });
+        setFields(names);
+        // Held whole: there is no query to read a dropped page again.
+        for (std::size_t first = 0; first < rows.size(); first += pageSize_) {
+            const auto end = rows.begin() + std::min(rows.size(), first + pageSize_);
+            appendHeld(
+                {std::make_move_iterator(rows.begin() + first), std::make_move_iterator(end)});
+        }
+        ok = true;
+    });
+    return ok;
+}
+
+bool PagedQueryModel::openPaged(db::Database& db, PageQuery pages, int keyCount) {
+    bool ok = true;
+    reset([&] {
+        ok = false;
+        db_ = &db;
+        pages_ = std::move(pages);
+        keyCount_ = keyCount;
+        QStringList names;
+        std::vector<Row> rows = query({}, pageSize_, &names);
+        setFields(names);
+        more_ = int(rows.size()) == pageSize_;
+        if (!rows.empty())
+            appendHeld(std::move(rows));
+        ok = true;
+    });
+    return ok;
 }
 
 void PagedQueryModel::clear() {
-    const Marks kept = marks();
-    beginResetModel();
-    rows_.clear();
-    query_ = QSqlQuery();
-    more_ = false;
-    marks_ = kept;
-    endResetModel();
+    reset([this] {
+        db_ = nullptr;
+        pages_ = nullptr;
+    });
 }
 
-QString PagedQueryModel::keyOf(const Row& row) const {
+std::vector<PagedQueryModel::Row> PagedQueryModel::query(const QVariantList& after, int limit,
+                                                         QStringList* names) const {
+    const db::SqlCondition sql = pages_(after, limit);
+    std::vector<Row> rows;
+    rows.reserve(limit);
+    db_->stream(
+        sql.sql, sql.params,
+        [&](const QStringList& columns) {
+            if (names)
+                *names = columns;
+        },
+        [&](QVariantList&& values) {
+            rows.push_back({marks_.all, std::move(values)});
+        });
+    return rows;
+}
+
+QVariantList PagedQueryModel::keyOf(const Row& row) const {
+    return row.values.mid(dataFields_, keyCount_);
+}
+
+QString PagedQueryModel::markKey(const Row& row) const {
     return keyIndex_ < 0 ? QString() : row.values.at(keyIndex_).toString();
 }
 
-bool PagedQueryModel::markedOnArrival(const QVariantList& values) const {
+bool PagedQueryModel::marked(const Row& row) const {
     if (keyIndex_ < 0)
-        return marks_.all;
-    return marks_.all != marks_.keys.contains(values.at(keyIndex_).toString());
+        return row.selected;
+    return marks_.all != marks_.keys.contains(markKey(row));
 }
 
-std::vector<PagedQueryModel::Row> PagedQueryModel::read(int count) {
-    std::vector<Row> batch;
-    // Whoever is told of the progress may let the view paint, and a view that paints asks for
-    // more rows: those must not come in between the rows of this read.
-    const QScopedValueRollback<bool> reading(reading_, true);
-    const bool tell = count > kPageSize && onRowsRead;
-    while (more_ && int(batch.size()) < count) {
-        if (tell && !batch.empty() && batch.size() % kPageSize == 0)
-            onRowsRead(int(rows_.size() + batch.size()));
-        if (!query_.next()) {
-            more_ = false;
-            const QSqlError error = query_.lastError();
-            // Ends the statement so the connection holds no reader any more.
-            query_.finish();
-            if (error.isValid())
-                throw db::DbError(errorText(error), query_.lastQuery());
-            break;
-        }
-        Row row;
-        row.values.reserve(fields_.size());
-        for (int i = 0; i < fields_.size(); ++i)
-            row.values << query_.value(i);
-        row.selected = markedOnArrival(row.values);
-        batch.push_back(std::move(row));
-    }
-    return batch;
+void PagedQueryModel::appendHeld(std::vector<Row> rows) {
+    const int count = int(rows.size());
+    Page page;
+    page.lastKey = keyOf(rows.back());
+    page.count = count;
+    page.held = true;
+    page.rows = std::move(rows);
+    page.used = ++clock_;
+    starts_.push_back(rows_);
+    book_.push_back(std::move(page));
+    rows_ += count;
+    ++held_;
 }
 
-bool PagedQueryModel::appendRows(int count, bool reportLater) {
-    std::vector<Row> batch;
-    QString error;
+bool PagedQueryModel::appendPage() {
+    std::vector<Row> rows;
     try {
-        batch = read(count);
+        const QScopedValueRollback<bool> reading(reading_, true);
+        rows = query(book_.empty() ? QVariantList() : book_.back().lastKey, pageSize_);
     } catch (const db::DbError& e) {
-        error = e.message();
+        more_ = false;
+        report(e.message());
+        return false;
     }
-    if (!batch.empty()) {
-        const int first = int(rows_.size());
-        beginInsertRows({}, first, first + int(batch.size()) - 1);
-        for (Row& row : batch)
-            rows_.push_back(std::move(row));
-        endInsertRows();
+    if (int(rows.size()) < pageSize_)
+        more_ = false;
+    if (rows.empty())
+        return true;
+    beginInsertRows({}, rows_, rows_ + int(rows.size()) - 1);
+    appendHeld(std::move(rows));
+    endInsertRows();
+    dropBeyond(int(book_.size()) - 1);
+    return true;
+}
+
+void PagedQueryModel::report(const QString& error) const {
+    if (!onError)
+        return;
+    if (walking_) {
+        onError(error);
+        return;
     }
-    if (!error.isEmpty() && onError) {
-        // A view fetches while it lays itself out; a message box must not open in there.
-        if (reportLater)
+    // A view reads while it lays itself out or paints; a message box must not open in there.
+    QMetaObject::invokeMethod(
+        const_cast<PagedQueryModel*>(this), [this, error] { onError(error); },
+        Qt::QueuedConnection);
+}
+
+int PagedQueryModel::pageOf(int row) const {
+    // Pages left empty share their start with the next page; the last of equals has the row.
+    return int(std::upper_bound(starts_.begin(), starts_.end(), row) - starts_.begin()) - 1;
+}
+
+const PagedQueryModel::Row* PagedQueryModel::rowAt(int row) const {
+    if (row < 0 || row >= rows_)
+        return nullptr;
+    const int p = pageOf(row);
+    Page& page = book_[p];
+    if (!page.held) {
+        if (broken_ || !db_ || !pages_)
+            return nullptr;
+        try {
+            // Exactly the rows the page had when nothing changed since: as many after the
+            // same key.
+            page.rows = query(p == 0 ? QVariantList() : book_[p - 1].lastKey, page.count);
+        } catch (const db::DbError& e) {
+            broken_ = true;
+            report(e.message());
+            return nullptr;
+        }
+        page.held = true;
+        ++held_;
+        if (!page.rows.empty()) {
+            const QVariantList last = keyOf(page.rows.back());
+            // The list changed meanwhile: the pages after follow on from this page's new end,
+            // so those held are read again rather than shown twice or skipped at the seam.
+            if (last != page.lastKey) {
+                page.lastKey = last;
+                for (int q = p + 1; q < int(book_.size()); ++q)
+                    drop(q);
+                if (p + 1 == int(book_.size()))
+                    more_ = true;
+            }
+        }
+        if (int(page.rows.size()) < page.count && !settling_) {
+            settling_ = true;
             QMetaObject::invokeMethod(
-                this, [this, error] { onError(error); }, Qt::QueuedConnection);
-        else
-            onError(error);
+                const_cast<PagedQueryModel*>(this),
+                [this] { const_cast<PagedQueryModel*>(this)->settleShortPages(); },
+                Qt::QueuedConnection);
+        }
     }
-    return error.isEmpty();
+    page.used = ++clock_;
+    dropBeyond(p);
+    const int i = row - starts_[p];
+    return i < int(page.rows.size()) ? &page.rows[i] : nullptr;
+}
+
+void PagedQueryModel::dropBeyond(int keep) const {
+    if (!pages_)
+        return; // nothing could read a dropped page again
+    while (held_ > pagesKept_) {
+        int oldest = -1;
+        for (int p = 0; p < int(book_.size()); ++p)
+            if (book_[p].held && p != keep && (oldest < 0 || book_[p].used < book_[oldest].used))
+                oldest = p;
+        if (oldest < 0)
+            return;
+        drop(oldest);
+    }
+}
+
+void PagedQueryModel::drop(int p) const {
+    Page& page = book_[p];
+    if (!page.held)
+        return;
+    std::vector<Row>().swap(page.rows);
+    page.held = false;
+    --held_;
+}
+
+void PagedQueryModel::settleShortPages() {
+    settling_ = false;
+    for (int p = 0; p < int(book_.size()); ++p) {
+        Page& page = book_[p];
+        const int have = int(page.rows.size());
+        if (!page.held || have >= page.count)
+            continue;
+        const int gone = page.count - have;
+        beginRemoveRows({}, starts_[p] + have, starts_[p] + page.count - 1);
+        page.count = have;
+        rows_ -= gone;
+        for (std::size_t q = p + 1; q < starts_.size(); ++q)
+            starts_[q] -= gone;
+        endRemoveRows();
+    }
+}
+
+int PagedQueryModel::rowsHeld() const {
+    int held = 0;
+    for (const Page& page : book_)
+        held += int(page.rows.size());
+    return held;
 }
 
 bool PagedQueryModel::fetchAll() {
-    return !more_ || appendRows(INT_MAX, false);
+    const QScopedValueRollback<bool> walking(walking_, true);
+    const int before = rows_;
+    while (more_ && pages_) {
+        if (!appendPage())
+            return false;
+        if (onRowsRead && rows_ - before > pageSize_)
+            onRowsRead(rows_);
+    }
+    return true;
+}
+
+bool PagedQueryModel::forEachRow(const std::function<bool(int)>& visit, int from, int limit) {
+    const QScopedValueRollback<bool> walking(walking_, true);
+    const QScopedValueRollback<bool> reading(reading_, true);
+    from = std::max(from, 0);
+    for (int row = from;;) {
+        while (row >= rows_) {
+            if (!more_ || !pages_ || (limit >= 0 && rows_ >= limit))
+                return true;
+            if (!appendPage())
+                return false;
+        }
+        if (onRowsRead && row > from && (row - from) % pageSize_ == 0)
+            onRowsRead(row);
+        if (!rowAt(row)) {
+            if (broken_)
+                return false;
+            settleShortPages(); // the row was in a page that came back shorter
+            continue;
+        }
+        if (!visit(row))
+            return true;
+        ++row;
+    }
+}
+
+int PagedQueryModel::findRow(const std::function<bool(int)>& match, int from, int limit) {
+    int found = -1;
+    forEachRow(
+        [&](int row) {
+            if (!match(row))
+                return true;
+            found = row;
+            return false;
+        },
+        from, limit);
+    return found;
 }
 
 int PagedQueryModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : int(rows_.size());
+    return parent.isValid() ? 0 : rows_;
 }
 
 int PagedQueryModel::columnCount(const QModelIndex& parent) const {
@@ -161,16 +371,20 @@ int PagedQueryModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant PagedQueryModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= int(rows_.size()))
+    if (!index.isValid() || index.row() >= rows_)
         return {};
-    const Row& row = rows_[index.row()];
+    if (role != Qt::DisplayRole && role != Qt::CheckStateRole && role != Qt::TextAlignmentRole)
+        return {};
+    const Row* row = rowAt(index.row());
+    if (!row)
+        return {};
     if (index.column() == 0)
-        return role == Qt::CheckStateRole ? QVariant(row.selected ? Qt::Checked : Qt::Unchecked)
+        return role == Qt::CheckStateRole ? QVariant(marked(*row) ? Qt::Checked : Qt::Unchecked)
                                           : QVariant();
     const int i = recordIndex(names_.value(index.column() - 1));
     if (i < 0)
         return {};
-    const QVariant& value = row.values.at(i);
+    const QVariant& value = row->values.at(i);
     if (role == Qt::DisplayRole) {
         if (value.isNull())
             return QString();
@@ -185,7 +399,7 @@ QVariant PagedQueryModel::data(const QModelIndex& index, int role) const {
 
 bool PagedQueryModel::setData(const QModelIndex& index, const QVariant& value, int role) {
     if (!index.isValid() || index.column() != 0 || role != Qt::CheckStateRole ||
-        index.row() >= int(rows_.size()))
+        index.row() >= rows_)
         return false;
     setSelected(index.row(), value.toInt() == Qt::Checked);
     return true;
@@ -216,12 +430,12 @@ QVariant PagedQueryModel::headerData(int section, Qt::Orientation orientation, i
 }
 
 bool PagedQueryModel::canFetchMore(const QModelIndex& parent) const {
-    return !parent.isValid() && more_ && !reading_;
+    return !parent.isValid() && more_ && pages_ && !reading_;
 }
 
 void PagedQueryModel::fetchMore(const QModelIndex& parent) {
     if (canFetchMore(parent))
-        appendRows(kPageSize, true);
+        appendPage();
 }
 
 int PagedQueryModel::columnOf(const QString& name) const {
@@ -236,37 +450,46 @@ const suite::ColumnSetting* PagedQueryModel::settingOf(int column) const {
 }
 
 int PagedQueryModel::recordIndex(const QString& name) const {
-    return fields_.indexOf(bareName(name));
+    const int i = int(fields_.indexOf(bareName(name)));
+    return i < dataFields_ ? i : -1;
 }
 
 QVariant PagedQueryModel::value(int row, const QString& name) const {
     const int i = recordIndex(name);
-    if (row < 0 || row >= int(rows_.size()) || i < 0)
-        return {};
-    return rows_[row].values.at(i);
+    const Row* r = i < 0 ? nullptr : rowAt(row);
+    return r ? r->values.at(i) : QVariant();
 }
 
 ListRow PagedQueryModel::listRow(int row) const {
     ListRow out;
-    if (row < 0 || row >= int(rows_.size()))
+    const Row* r = rowAt(row);
+    if (!r)
         return out;
     out.number = row + 1;
-    out.selected = rows_[row].selected;
-    out.columns = fields_;
-    for (int i = 0; i < fields_.size(); ++i)
-        out.cells.insert(fields_[i], rows_[row].values.at(i));
+    out.selected = marked(*r);
+    out.columns = fieldNames_.mid(0, dataFields_);
+    for (int i = 0; i < dataFields_; ++i)
+        out.cells.insert(fields_[i], r->values.at(i));
     out.cells.insert(QStringLiteral("selcol"), out.selected ? QStringLiteral("Y") : QString());
     return out;
 }
 
 bool PagedQueryModel::isSelected(int row) const {
-    return row >= 0 && row < int(rows_.size()) && rows_[row].selected;
+    const Row* r = rowAt(row);
+    return r && marked(*r);
 }
 
 void PagedQueryModel::setSelected(int row, bool selected) {
-    if (row < 0 || row >= int(rows_.size()) || rows_[row].selected == selected)
+    Row* r = rowAt(row);
+    if (!r || marked(*r) == selected)
         return;
-    rows_[row].selected = selected;
+    if (keyIndex_ < 0) {
+        r->selected = selected;
+    } else if (selected != marks_.all) { // a key in the set is an exception to `all`
+        marks_.keys.insert(markKey(*r));
+    } else {
+        marks_.keys.remove(markKey(*r));
+    }
     emit dataChanged(index(row, 0), index(row, 0), {Qt::CheckStateRole});
 }
 
@@ -275,49 +498,29 @@ void PagedQueryModel::setAllSelected(bool selected) {
 }
 
 PagedQueryModel::Marks PagedQueryModel::marks() const {
-    Marks out = marks_;
-    if (keyIndex_ < 0)
-        return {out.all, {}};
-    for (const Row& row : rows_) {
-        // A key in the set is an exception to `all`.
-        if (row.selected != out.all)
-            out.keys.insert(keyOf(row));
-        else
-            out.keys.remove(keyOf(row));
-    }
-    return out;
+    return keyIndex_ < 0 ? Marks{marks_.all, {}} : marks_;
 }
 
 void PagedQueryModel::setMarks(Marks marks) {
     marks_ = std::move(marks);
-    for (Row& row : rows_)
-        row.selected = markedOnArrival(row.values);
-    if (!rows_.empty())
-        emit dataChanged(index(0, 0), index(int(rows_.size()) - 1, 0), {Qt::CheckStateRole});
+    if (keyIndex_ < 0) {
+        marks_.keys.clear();
+        for (Page& page : book_)
+            for (Row& row : page.rows)
+                row.selected = marks_.all;
+    }
+    if (rows_ > 0)
+        emit dataChanged(index(0, 0), index(rows_ - 1, 0), {Qt::CheckStateRole});
 }
 
 std::vector<int> PagedQueryModel::selectedRows() const {
     std::vector<int> out;
-    for (std::size_t i = 0; i < rows_.size(); ++i)
-        if (rows_[i].selected)
-            out.push_back(int(i));
+    if (keyIndex_ >= 0 && !marks_.all && marks_.keys.isEmpty())
+        return out;
+    for (int row = 0; row < rows_; ++row)
+        if (isSelected(row))
+            out.push_back(row);
     return out;
-}
-
-int PagedQueryModel::findRow(const std::function<bool(int)>& match, int from, int limit) {
-    const int before = int(rows_.size());
-    for (int row = std::max(from, 0);; ++row) {
-        while (row >= int(rows_.size())) {
-            if (!more_ || (limit >= 0 && int(rows_.size()) >= limit))
-                return -1;
-            if (!appendRows(kPageSize, false))
-                return -1;
-            if (onRowsRead && int(rows_.size()) - before > kPageSize)
-                onRowsRead(int(rows_.size()));
-        }
-        if (match(row))
-            return row;
-    }
 }
 
 } // namespace bom::list

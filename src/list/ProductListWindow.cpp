@@ -177,7 +177,7 @@ ProductListWindow::ProductListWindow(entry::Session& session)
 }
 
 ProductListWindow::~ProductListWindow() {
-    // The cursors go before the connection they read from.
+    // The lists go before the connection they read from.
     parentModel_->clear();
     componentModel_->clear();
     reader_.reset();
@@ -241,11 +241,7 @@ int ProductListWindow::parentTotal() {
     if (parentModel_->readToEnd() || !session_.gConn || closed_)
         return parentTotal_;
     try {
-        const db::SqlCondition sql = BomList(session_).parentQuery(filter_);
-        parentTotal_ = session_.gConn
-                           ->scalar(QStringLiteral("select count(*) from (%1) listed").arg(sql.sql),
-                                    sql.params)
-                           .toInt();
+        parentTotal_ = BomList(session_).parentCount(filter_);
     } catch (const db::DbError& e) {
         session_.ShowInfo(e.message());
     }
@@ -266,7 +262,8 @@ void ProductListWindow::rowsRead(int rows) {
     if (busy_ == 0)
         return;
     if (!progress_) {
-        if (parentTotal() - parentModel_->rowCount() < kLongRead)
+        // The rows still to go, and the page just read.
+        if (parentTotal() - rows + parentModel_->pageSize() < kLongRead)
             return;
         progress_ =
             std::make_unique<QProgressDialog>(QStringLiteral("正在读取%1列表……").arg(terms_.title),
@@ -496,9 +493,13 @@ void ProductListWindow::loadParents() {
     try {
         parentModel_->setColumns(
             entry::Common::GetRefColumns(session_, QLatin1String(BomList::kParentColumns)).colSet);
-        if (db::Database* db = reader())
-            parentModel_->open(*db, BomList(session_).parentQuery(filter_));
-        else
+        if (db::Database* db = reader()) {
+            const BomList::ParentPages pages = BomList(session_).parentPages(filter_);
+            parentModel_->openPaged(
+                *db,
+                [pages](const QVariantList& after, int limit) { return pages.page(after, limit); },
+                pages.keyCount());
+        } else
             parentModel_->clear();
         applyColumns(parentView_, *parentModel_, parentWidths_);
     } catch (const db::DbError& e) {
@@ -527,9 +528,9 @@ void ProductListWindow::loadLines() {
         componentModel_->setColumns(
             entry::Common::GetRefColumns(session_, QLatin1String(BomList::kComponentColumns))
                 .colSet);
-        // Lines are few: read whole, so nothing stays open on the shared connection.
+        // Lines are few: read whole.
         if (session_.gConn)
-            componentModel_->open(*session_.gConn, BomList(session_).componentQuery(id), true);
+            componentModel_->open(*session_.gConn, BomList(session_).componentQuery(id));
         else
             componentModel_->clear();
         applyColumns(componentView_, *componentModel_, componentWidths_);
@@ -567,7 +568,7 @@ void ProductListWindow::reload() {
             [&](int r) {
                 return parentModel_->value(r, QStringLiteral("iautoid")).toString() == id;
             },
-            0, oldRow + 1 + PagedQueryModel::kPageSize);
+            0, oldRow + 1 + parentModel_->pageSize());
     if (row < 0 && parentModel_->rowCount() > 0)
         row = std::clamp(oldRow, 0, parentModel_->rowCount() - 1);
     setCurrentParentRow(row);
@@ -587,11 +588,11 @@ void ProductListWindow::selectAll(bool selected) {
 
 std::vector<ListRow> ProductListWindow::parentRows() const {
     const Busy busy(*this);
-    parentModel_->fetchAll();
     std::vector<ListRow> rows;
-    rows.reserve(parentModel_->rowCount());
-    for (int row = 0; row < parentModel_->rowCount(); ++row)
+    parentModel_->forEachRow([&](int row) {
         rows.push_back(parentModel_->listRow(row));
+        return true;
+    });
     return rows;
 }
 
@@ -706,13 +707,20 @@ void ProductListWindow::printSetup() {
 }
 
 std::vector<ListRow> ProductListWindow::bomsToPrint() {
-    if (parentModel_->marksNewRows()) {
-        const Busy busy(*this);
-        parentModel_->fetchAll();
-    }
     std::vector<ListRow> boms;
-    for (int row : parentModel_->selectedRows())
-        boms.push_back(parentModel_->listRow(row));
+    const PagedQueryModel::Marks marks = parentModel_->marks();
+    if (marks.all || !marks.keys.isEmpty()) {
+        const Busy busy(*this);
+        // Rows still to be read only when some of them may be marked.
+        const int limit = parentModel_->marksNewRows() ? -1 : parentModel_->rowCount();
+        parentModel_->forEachRow(
+            [&](int row) {
+                if (parentModel_->isSelected(row))
+                    boms.push_back(parentModel_->listRow(row));
+                return true;
+            },
+            0, limit);
+    }
     if (boms.empty())
         if (const auto current = currentParent())
             boms.push_back(*current);
@@ -851,12 +859,16 @@ bool ProductListWindow::writePdf(const QString& path, const std::vector<ListRow>
 }
 
 void ProductListWindow::exportList() {
+    std::vector<ListRow> rows;
     {
         const Busy busy(*this);
-        if (!parentModel_->fetchAll())
+        if (!parentModel_->forEachRow([&](int row) {
+                rows.push_back(parentModel_->listRow(row));
+                return true;
+            }))
             return;
     }
-    if (parentModel_->rowCount() == 0) {
+    if (rows.empty()) {
         session_.ShowInfo(kNoData);
         return;
     }
@@ -872,10 +884,6 @@ void ProductListWindow::exportList() {
             session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
         return;
     }
-    std::vector<ListRow> rows;
-    rows.reserve(parentModel_->rowCount());
-    for (int row = 0; row < parentModel_->rowCount(); ++row)
-        rows.push_back(parentModel_->listRow(row));
     QSaveFile file(path);
     QString error;
     if (!file.open(QIODevice::WriteOnly))

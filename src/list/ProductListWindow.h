@@ -144,8 +144,8 @@ private:
     PendingWindowsHandover handover_;
     std::unique_ptr<BomListCommands> commands_;
     entry::DisplayTerms terms_;
-    // The parent list reads through its own connection, so its open cursor never meets the
-    // statements and transactions of the commands.
+    // The parent list reads its pages through its own connection: the view asks for them at any
+    // time, and they must never run inside a command's transaction.
     std::unique_ptr<db::Database> reader_;
     std::unique_ptr<QPrinter> printer_;
     suite::QtPrompter* qtPrompter_ = nullptr;

@@ -1,3 +1,4 @@
+#include "db/Transaction.h"
 #include "entry/IProduct.h"
 #include "list/BomList.h"
 #include "list/ColumnSettingsDialog.h"
@@ -147,6 +148,11 @@ protected:
                 return row;
         return -1;
     }
+    // The whole parent list in the window's order, in one query.
+    db::Rows listed() {
+        const db::SqlCondition sql = list::BomList(product->session()).parentPage({}, {}, 1000000);
+        return db->query(sql.sql, sql.params);
+    }
     QStringList storedLines(const QString& headerId) {
         const db::Rows rows = db->query(
             QStringLiteral("SELECT cpscode FROM ProductStructures WHERE ipid=? ORDER BY autoid"),
@@ -264,6 +270,19 @@ TEST_P(ListWindowTest, ComponentListFollowsTheCurrentBomAndTheFilterStays) {
     EXPECT_TRUE(
         prompter.prompts()[0].text.contains(QLatin1Char('\'') + before.at(1) + QLatin1Char('\'')));
     EXPECT_EQ(storedLines(id), before);
+    // Answered Yes, the line goes, and the log names its columns as the lines' query does.
+    const db::SqlCondition lineQuery = list::BomList(product->session()).componentQuery(id);
+    const QStringList named = db->query(lineQuery.sql, lineQuery.params).columns();
+    EXPECT_EQ(w->currentLine()->columns, named);
+    prompter.queueAnswer(suite::Prompter::Answer::Yes);
+    press(w->componentView(), Qt::Key_Delete);
+    EXPECT_EQ(storedLines(id).size(), before.size() - 1);
+    const db::Rows pieces = db->query(QStringLiteral("SELECT cData FROM vouchlogs ORDER BY iNo"));
+    QString log;
+    for (std::size_t i = 0; i < pieces.size(); ++i)
+        log += pieces.text(i, "cData");
+    for (const QString& column : named)
+        EXPECT_TRUE(log.contains(QStringLiteral(" %1=\"").arg(column))) << column.toStdString();
     click(w->parentView());
     EXPECT_FALSE(w->componentListActive());
 
@@ -335,8 +354,7 @@ TEST_P(ListWindowTest, ParentListReadsPageByPage) {
     EXPECT_TRUE(m.canFetchMore());
 
     // The first page is the head of the whole query, in its order.
-    const db::SqlCondition sql = list::BomList(product->session()).parentQuery();
-    const db::Rows all = db->query(sql.sql, sql.params);
+    const db::Rows all = listed();
     ASSERT_EQ(int(all.size()), total);
     for (int row : {0, 1, 199})
         EXPECT_EQ(m.value(row, QStringLiteral("iautoid")), all.value(row, "iautoid"));
@@ -364,8 +382,7 @@ TEST_P(ListWindowTest, MarksCountAndRowNumbersHoldOverALongList) {
     list::ProductListWindow* w = open();
     ASSERT_TRUE(w);
     list::PagedQueryModel& m = w->parentModel();
-    const db::SqlCondition sql = list::BomList(product->session()).parentQuery();
-    const db::Rows all = db->query(sql.sql, sql.params);
+    const db::Rows all = listed();
     const int total = int(all.size());
     ASSERT_GT(total - m.rowCount(), list::ProductListWindow::kLongRead);
     QCoreApplication::processEvents(); // the status bar is filled once the list shows
@@ -465,6 +482,116 @@ TEST_P(ListWindowTest, MarksCountAndRowNumbersHoldOverALongList) {
     EXPECT_EQ(w->countLabel()->text(), QStringLiteral("共 %1 条记录").arg(filtered));
     EXPECT_EQ(w->filterLabel()->text(), QStringLiteral("已过滤"));
     EXPECT_TRUE(markedIds().isEmpty());
+}
+
+TEST_P(ListWindowTest, FarScrollingHoldsAFewPagesAndShowsTheSameRowsAgain) {
+    suite::Account::generate(*db, {2000, 3, 5, 1});
+    list::ProductListWindow* w = open();
+    ASSERT_TRUE(w);
+    list::PagedQueryModel& m = w->parentModel();
+    constexpr int kPage = 25;
+    constexpr int kKept = 4;
+    m.setPaging(kPage, kKept);
+    w->reload();
+    db::Rows all = listed();
+    const int total = int(all.size());
+    ASSERT_GT(total, 2000);
+    QTableView* view = w->parentView();
+    const int code = m.columnOf(QStringLiteral("cpspcode"));
+    // The first row the view shows that is not the list's row at its place, marked as `marked`
+    // says; empty when every shown row is.
+    const auto misshown = [&](const QSet<QString>& marked) {
+        const int step = view->verticalHeader()->defaultSectionSize();
+        for (int y = 0; y < view->viewport()->height() && view->rowAt(y) >= 0; y += step) {
+            const int row = view->rowAt(y);
+            const QString id = all.text(row, "iautoid");
+            const bool checked = m.index(row, 0).data(Qt::CheckStateRole).toInt() == Qt::Checked;
+            if (row >= int(all.size()) || m.value(row, QStringLiteral("iautoid")) != id ||
+                m.index(row, code).data().toString() != all.text(row, "cpspcode") ||
+                checked != marked.contains(id))
+                return QStringLiteral("row %1").arg(row);
+        }
+        return view->rowAt(0) < 0 ? QStringLiteral("no rows shown") : QString();
+    };
+    // The view paints what it shows, which reads the pages it needs, then what that set off.
+    const auto settle = [&] {
+        view->viewport()->repaint();
+        QCoreApplication::processEvents();
+    };
+
+    // Down to the end: the rows found grow page by page, the rows held do not.
+    QSet<QString> marked{all.text(3, "iautoid")};
+    m.setSelected(3, true);
+    int most = 0;
+    for (int i = 0; i < 1000 && m.canFetchMore(); ++i) {
+        view->scrollToBottom();
+        settle();
+        most = std::max(most, m.rowsHeld());
+    }
+    EXPECT_EQ(m.rowCount(), total);
+    EXPECT_LE(most, kPage * kKept);
+    EXPECT_EQ(misshown(marked), QString());
+    const int far = view->rowAt(0);
+    m.setSelected(far, true);
+    marked << all.text(far, "iautoid");
+
+    // Back at the top and in the middle, dropped pages come again with their marks.
+    view->scrollToTop();
+    settle();
+    EXPECT_EQ(misshown(marked), QString());
+    view->scrollTo(m.index(total / 2, code));
+    settle();
+    EXPECT_EQ(misshown(marked), QString());
+    view->scrollTo(m.index(far, code));
+    settle();
+    EXPECT_EQ(misshown(marked), QString());
+    EXPECT_LE(m.rowsHeld(), kPage * kKept);
+
+    // The current BOM stays itself while the view is far from it; the commands get every row
+    // once, in order, with the marks.
+    w->setCurrentParentRow(total / 2);
+    view->scrollToTop();
+    settle();
+    EXPECT_EQ(w->currentParent()->text(QStringLiteral("iautoid")), all.text(total / 2, "iautoid"));
+    const std::vector<list::ListRow> rows = w->parentRows();
+    ASSERT_EQ(int(rows.size()), total);
+    QSet<QString> selected;
+    for (int row = 0; row < total; ++row) {
+        ASSERT_EQ(rows[row].text(QStringLiteral("iautoid")), all.text(row, "iautoid")) << row;
+        if (rows[row].selected)
+            selected << rows[row].text(QStringLiteral("iautoid"));
+    }
+    EXPECT_EQ(selected, marked);
+    EXPECT_LE(m.rowsHeld(), kPage * kKept);
+
+    // BOMs deleted elsewhere while the view was away from the first pages, the first of them
+    // dropped (the one used longest ago), the next ones held: coming back, the list shows what
+    // is left, every row once and in place (the pages held after one read again follow it),
+    // and it ends sooner.
+    for (int page : {0, 3, 2, 1}) {
+        view->scrollTo(m.index(page * kPage, code), QAbstractItemView::PositionAtTop);
+        settle();
+    }
+    view->scrollTo(m.index(total / 2 / kPage * kPage, code), QAbstractItemView::PositionAtTop);
+    settle();
+    for (const QString& id : {all.text(1, "iautoid"), all.text(kPage + 2, "iautoid")}) {
+        db::Transaction tx(*db);
+        ASSERT_TRUE(db->exec(QStringLiteral("DELETE FROM ProductStructure WHERE iautoid=?"), {id}));
+        tx.commit();
+    }
+    all = listed();
+    ASSERT_EQ(int(all.size()), total - 2);
+    view->scrollTo(m.index(kPage - 3, code), QAbstractItemView::PositionAtTop);
+    settle();
+    EXPECT_EQ(misshown(marked), QString());
+    for (int row = 0; row < m.rowCount(); row += kPage) {
+        view->scrollTo(m.index(row, code), QAbstractItemView::PositionAtTop);
+        settle();
+        ASSERT_EQ(misshown(marked), QString()) << row;
+    }
+    settle();
+    EXPECT_EQ(m.rowCount(), total - 2);
+    EXPECT_TRUE(prompter.prompts().empty());
 }
 
 TEST_P(ListWindowTest, SizeSplitAndColumnWidthsAreKeptForEachOperator) {
