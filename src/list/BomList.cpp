@@ -79,16 +79,20 @@ db::SqlCondition BomList::withFilters(db::SqlCondition sql, const db::SqlConditi
 }
 
 db::Keyset BomList::parentKeyset() const {
-    const entry::RefColumns columns =
-        entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
-    const QSqlRecord view = session_.gConn->recordOf(QStringLiteral("pp_q_bomtreet"));
+    return keysetOf(entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns)).colSet);
+}
+
+db::Keyset BomList::keysetOf(const std::vector<suite::ColumnSetting>& columns) const {
     std::vector<suite::ColumnSetting> sorted;
-    for (const suite::ColumnSetting& c : columns.colSet)
+    for (const suite::ColumnSetting& c : columns)
         if (c.sort == QLatin1String("asc") || c.sort == QLatin1String("desc"))
             sorted.push_back(c);
     std::stable_sort(sorted.begin(), sorted.end(),
                      [](const auto& a, const auto& b) { return a.sortOrder < b.sortOrder; });
     std::vector<db::Keyset::Key> keys;
+    // The view's value types tell numeric keys; not needed when only the header key sorts.
+    const QSqlRecord view =
+        sorted.empty() ? QSqlRecord() : session_.gConn->recordOf(QStringLiteral("pp_q_bomtreet"));
     for (const suite::ColumnSetting& c : sorted) {
         const int field = view.indexOf(c.fieldName.section('.', -1));
         if (field < 0 || c.fieldName.compare(QLatin1String("iautoid"), Qt::CaseInsensitive) == 0)
@@ -101,15 +105,15 @@ db::Keyset BomList::parentKeyset() const {
 }
 
 BomList::ParentPages BomList::parentPages(const db::SqlCondition& filter) const {
-    const entry::RefColumns columns =
+    entry::RefColumns columns =
         entry::Common::GetRefColumns(session_, QLatin1String(kParentColumns));
-    db::Keyset keyset = parentKeyset();
+    db::Keyset keyset = keysetOf(columns.colSet);
     db::SqlCondition head = withFilters(
         db::sqlText(QStringLiteral("select ") + withKeyColumns(columns.selectList, kParentKeys) +
                     QLatin1Char(',') + keyset.selectList() +
                     QStringLiteral(" from pp_q_bomtreet  where 1=1")),
         filter);
-    return ParentPages(std::move(head), std::move(keyset));
+    return ParentPages(std::move(head), std::move(keyset), std::move(columns.colSet));
 }
 
 db::SqlCondition BomList::ParentPages::page(const QVariantList& lastKey, int limit) const {
@@ -168,8 +172,12 @@ db::SqlCondition BomList::fixedParentQuery(const QStringList& columns,
 }
 
 db::SqlCondition BomList::componentQuery(const QString& headerId) const {
-    const entry::RefColumns columns =
-        entry::Common::GetRefColumns(session_, QLatin1String(kComponentColumns));
+    return componentQuery(entry::Common::GetRefColumns(session_, QLatin1String(kComponentColumns)),
+                          headerId);
+}
+
+db::SqlCondition BomList::componentQuery(const entry::RefColumns& columns,
+                                         const QString& headerId) {
     const QString select =
         QStringLiteral("select ") + withKeyColumns(columns.selectList, kComponentKeys);
     if (headerId.isEmpty())

@@ -3,6 +3,8 @@
 #include "ListView.h"
 #include "db/Keyset.h"
 #include "db/SqlCondition.h"
+#include "entry/Common.h"
+#include "suite/ColumnSettings.h"
 
 #include <QString>
 #include <optional>
@@ -51,13 +53,17 @@ public:
         db::SqlCondition page(const QVariantList& lastKey, int limit) const;
         // Keyset columns at the end of each page row (named db::Keyset::keyColumn(i)).
         int keyCount() const { return int(keyset_.keys().size()); }
+        // The column settings the pages were made with.
+        const std::vector<suite::ColumnSetting>& columns() const { return columns_; }
 
     private:
         friend class BomList;
-        ParentPages(db::SqlCondition head, db::Keyset keyset)
-            : head_(std::move(head)), keyset_(std::move(keyset)) {}
+        ParentPages(db::SqlCondition head, db::Keyset keyset,
+                    std::vector<suite::ColumnSetting> columns)
+            : head_(std::move(head)), keyset_(std::move(keyset)), columns_(std::move(columns)) {}
         db::SqlCondition head_;
         db::Keyset keyset_;
+        std::vector<suite::ColumnSetting> columns_;
     };
     ParentPages parentPages(const db::SqlCondition& filter = {}) const;
 
@@ -70,11 +76,15 @@ public:
                                       const db::SqlCondition& filter = {}) const;
     // With no current parent, the "where 1=2" form that lists nothing.
     db::SqlCondition componentQuery(const QString& headerId) const;
+    // The same with the column settings ("WLQDLBZ") already read.
+    static db::SqlCondition componentQuery(const entry::RefColumns& columns,
+                                           const QString& headerId);
 
     // The rows of either query as list rows, numbered from 1, none selected.
     static std::vector<ListRow> listRows(const db::Rows& rows);
 
 private:
+    db::Keyset keysetOf(const std::vector<suite::ColumnSetting>& columns) const;
     db::SqlCondition withFilters(db::SqlCondition sql, const db::SqlCondition& filter) const;
 
     entry::Session& session_;

@@ -491,10 +491,10 @@ db::Database* ProductListWindow::reader() {
 
 void ProductListWindow::loadParents() {
     try {
-        parentModel_->setColumns(
-            entry::Common::GetRefColumns(session_, QLatin1String(BomList::kParentColumns)).colSet);
+        // One read of the settings serves the columns and the pages.
+        const BomList::ParentPages pages = BomList(session_).parentPages(filter_);
+        parentModel_->setColumns(pages.columns());
         if (db::Database* db = reader()) {
-            const BomList::ParentPages pages = BomList(session_).parentPages(filter_);
             parentModel_->openPaged(
                 *db,
                 [pages](const QVariantList& after, int limit) { return pages.page(after, limit); },
@@ -525,12 +525,12 @@ void ProductListWindow::loadLines() {
         componentModel_->setMarks({});
     linesOf_ = id;
     try {
-        componentModel_->setColumns(
-            entry::Common::GetRefColumns(session_, QLatin1String(BomList::kComponentColumns))
-                .colSet);
+        const entry::RefColumns columns =
+            entry::Common::GetRefColumns(session_, QLatin1String(BomList::kComponentColumns));
+        componentModel_->setColumns(columns.colSet);
         // Lines are few: read whole.
         if (session_.gConn)
-            componentModel_->open(*session_.gConn, BomList(session_).componentQuery(id));
+            componentModel_->open(*session_.gConn, BomList::componentQuery(columns, id));
         else
             componentModel_->clear();
         applyColumns(componentView_, *componentModel_, componentWidths_);
