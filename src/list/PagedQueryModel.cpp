@@ -111,17 +111,18 @@ bool PagedQueryModel::open(db::Database& db, const db::SqlCondition& sql) {
     return ok;
 }
 
-bool PagedQueryModel::openPaged(db::Database& db, PageQuery pages, int keyCount) {
+bool PagedQueryModel::openPaged(db::Database& db, PageQuery pages, int keyCount, int firstPage) {
     bool ok = true;
     reset([&] {
         ok = false;
         db_ = &db;
         pages_ = std::move(pages);
         keyCount_ = keyCount;
+        const int limit = firstPage > 0 ? std::min(firstPage, pageSize_) : pageSize_;
         QStringList names;
-        std::vector<Row> rows = query({}, pageSize_, &names);
+        std::vector<Row> rows = query({}, limit, &names);
         setFields(names);
-        more_ = int(rows.size()) == pageSize_;
+        more_ = int(rows.size()) == limit;
         if (!rows.empty())
             appendHeld(std::move(rows));
         ok = true;

@@ -50,8 +50,9 @@ public:
     // has gone to onError. Rows whose keys were marked come in marked.
     bool open(db::Database& db, const db::SqlCondition& sql);
     // Reads the first page of a list whose pages `pages` gives, each row ending in `keyCount`
-    // keyset columns (db::Keyset::keyColumn); later pages come as the view asks for them.
-    bool openPaged(db::Database& db, PageQuery pages, int keyCount);
+    // keyset columns (db::Keyset::keyColumn); later pages come as the view asks for them. The
+    // first page holds `firstPage` rows when given (the rows the view shows), else a page.
+    bool openPaged(db::Database& db, PageQuery pages, int keyCount, int firstPage = 0);
     // Drops the rows; the marks stay for the next open.
     void clear();
     // Finds every remaining page; false when reading failed.

@@ -373,8 +373,11 @@ void ProductListWindow::show() {
         if (ensureCommands())
             commands_->UpdateDecimalPlaces();
         restoreLayout();
+        // Shown first, so that the list's first page is the rows its view has room for.
+        QMainWindow::show();
         reload();
         parentView_->setFocus();
+        return;
     }
     QMainWindow::show();
 }
@@ -495,10 +498,15 @@ void ProductListWindow::loadParents() {
         const BomList::ParentPages pages = BomList(session_).parentPages(filter_);
         parentModel_->setColumns(pages.columns());
         if (db::Database* db = reader()) {
+            // The first page only as many rows as the view shows: on a restricted operator's
+            // list each row may cost a look-up through many hidden BOMs.
+            const int shown = parentView_->viewport()->height() /
+                                  std::max(1, parentView_->verticalHeader()->defaultSectionSize()) +
+                              2;
             parentModel_->openPaged(
                 *db,
                 [pages](const QVariantList& after, int limit) { return pages.page(after, limit); },
-                pages.keyCount());
+                pages.keyCount(), parentView_->isVisible() ? shown : 0);
         } else
             parentModel_->clear();
         applyColumns(parentView_, *parentModel_, parentWidths_);
