@@ -1,7 +1,9 @@
 #include "BenchAccount.h"
 
 #include "db/DbError.h"
+#include "db/Transaction.h"
 #include "suite/Account.h"
+#include "suite/RightsStore.h"
 
 #include <QElapsedTimer>
 #include <QStringList>
@@ -86,6 +88,27 @@ bomservice::BomCard newCard(const QString& parent, const QStringList& components
         card.lines.setEditprop(row, QStringLiteral("A"));
     }
     return card;
+}
+
+// A planner allowed every made item and half of the purchased ones: most BOMs have a
+// purchased line he may not see.
+void ensurePlanner(db::Database& db) {
+    if (db.scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid=?"),
+                  {QStringLiteral("planner")})
+            .toInt())
+        return;
+    db::Transaction tx(db);
+    db.exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES (?, ?)"),
+            {QStringLiteral("planner"), QStringLiteral("计划员")});
+    suite::RightsStore rights(db);
+    rights.setScope(QStringLiteral("planner"), QStringLiteral("function"),
+                    suite::RightsStore::Scope::All);
+    db.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) SELECT ?, ?, cInvCode "
+                           "FROM Inventory WHERE bself=1 OR iId % 2 = 0"),
+            {QStringLiteral("planner"), QStringLiteral("inventory")});
+    rights.setScope(QStringLiteral("planner"), QStringLiteral("inventory"),
+                    suite::RightsStore::Scope::List);
+    tx.commit();
 }
 
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,

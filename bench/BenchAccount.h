@@ -31,6 +31,10 @@ QString taggedUrl(const QString& url, const QString& tag);
 // A new card of `parent` with one line per component, quantities 1 … 9 over 1.
 bomservice::BomCard newCard(const QString& parent, const QStringList& components);
 
+// The operator "planner", allowed every made item and half of the purchased ones, so most BOMs
+// have a line he may not see; made once per account.
+void ensurePlanner(db::Database& db);
+
 // A running session of `user` on `url`; a refusal ends the benchmark with its reason.
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
                                                suite::ScriptedPrompter& prompter);

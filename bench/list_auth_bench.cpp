@@ -23,27 +23,6 @@ namespace {
 constexpr int kPage = 200;
 constexpr int kFarPage = 50;
 
-// A planner allowed every made item and half of the purchased ones: most BOMs have a
-// purchased line he may not see.
-void ensureRestrictedOperator(db::Database& db) {
-    if (db.scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid=?"),
-                  {QStringLiteral("planner")})
-            .toInt())
-        return;
-    db::Transaction tx(db);
-    db.exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES (?, ?)"),
-            {QStringLiteral("planner"), QStringLiteral("计划员")});
-    suite::RightsStore rights(db);
-    rights.setScope(QStringLiteral("planner"), QStringLiteral("function"),
-                    suite::RightsStore::Scope::All);
-    db.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) SELECT ?, ?, cInvCode "
-                           "FROM Inventory WHERE bself=1 OR iId % 2 = 0"),
-            {QStringLiteral("planner"), QStringLiteral("inventory")});
-    rights.setScope(QStringLiteral("planner"), QStringLiteral("inventory"),
-                    suite::RightsStore::Scope::List);
-    tx.commit();
-}
-
 // Runs a page query and reads its rows; answers the keyset of its last row.
 QVariantList readPage(db::Database& db, const db::SqlCondition& sql, int keys, int* rows) {
     QVariantList last;
@@ -95,7 +74,7 @@ int main(int argc, char** argv) {
     const QString url = bench::sizedUrl(base, boms);
     {
         auto db = bench::openGeneratedAccount(url, boms);
-        ensureRestrictedOperator(*db);
+        bench::ensurePlanner(*db);
     }
     const QString size = QStringLiteral("%1k").arg(boms / 1000);
     suite::ScriptedPrompter prompter;

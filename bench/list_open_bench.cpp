@@ -32,27 +32,6 @@ constexpr int kPage = list::PagedQueryModel::kPageSize;
 constexpr int kFarPage = 50;
 constexpr int kMemoryPages = 300;
 
-// A planner allowed every made item and half of the purchased ones: most BOMs have a
-// purchased line he may not see.
-void ensurePlanner(db::Database& db) {
-    if (db.scalar(QStringLiteral("SELECT count(*) FROM sys_operator WHERE cuserid=?"),
-                  {QStringLiteral("planner")})
-            .toInt())
-        return;
-    db::Transaction tx(db);
-    db.exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES (?, ?)"),
-            {QStringLiteral("planner"), QStringLiteral("计划员")});
-    suite::RightsStore rights(db);
-    rights.setScope(QStringLiteral("planner"), QStringLiteral("function"),
-                    suite::RightsStore::Scope::All);
-    db.exec(QStringLiteral("INSERT INTO sys_right(cuserid, ckind, ccode) SELECT ?, ?, cInvCode "
-                           "FROM Inventory WHERE bself=1 OR iId % 2 = 0"),
-            {QStringLiteral("planner"), QStringLiteral("inventory")});
-    rights.setScope(QStringLiteral("planner"), QStringLiteral("inventory"),
-                    suite::RightsStore::Scope::List);
-    tx.commit();
-}
-
 double residentMb() {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
@@ -293,7 +272,7 @@ int main(int argc, char** argv) {
     const QString url = bench::sizedUrl(base, boms);
     {
         auto db = bench::openGeneratedAccount(url, boms);
-        ensurePlanner(*db);
+        bench::ensurePlanner(*db);
     }
     const QString size = QStringLiteral("%1k").arg(boms / 1000);
     {

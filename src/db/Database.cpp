@@ -303,9 +303,11 @@ QHash<QString, int> Database::textLimits(const QString& table) {
     QHash<QString, int> limits;
     const Rows columns = query(dialect_->textColumnsSql(), {table.toLower()});
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        const auto match = length.match(columns.text(i, "type"));
-        if (match.hasMatch())
-            limits.insert(columns.text(i, "name").toLower(), match.captured(1).toInt());
+        const int declared = columns.columns().contains(QStringLiteral("length"))
+                                 ? columns.value(i, "length").toInt()
+                                 : length.match(columns.text(i, "type")).captured(1).toInt();
+        if (declared > 0)
+            limits.insert(columns.text(i, "name").toLower(), declared);
     }
     return limits;
 }

@@ -44,8 +44,7 @@ public:
                               "('table','view') AND lower(name)=lower(?)");
     }
     QString textColumnsSql() const override {
-        return QStringLiteral("SELECT name, type FROM pragma_table_info(?) WHERE type LIKE "
-                              "'%CHAR(%'");
+        return QStringLiteral("SELECT name, type FROM pragma_table_info(?)");
     }
     QString forShare() const override { return {}; }
     QStringList sessionSetup() const override {
@@ -98,10 +97,10 @@ public:
                               "table_schema=current_schema() AND table_name=lower(?)");
     }
     QString textColumnsSql() const override {
-        return QStringLiteral("SELECT column_name AS name, 'VARCHAR(' || "
-                              "character_maximum_length || ')' AS type FROM "
-                              "information_schema.columns WHERE table_schema=current_schema() "
-                              "AND table_name=lower(?) AND character_maximum_length IS NOT NULL");
+        return QStringLiteral("SELECT column_name AS name, character_maximum_length AS length "
+                              "FROM information_schema.columns WHERE "
+                              "table_schema=current_schema() AND table_name=lower(?) AND "
+                              "character_maximum_length IS NOT NULL");
     }
     QString forShare() const override { return QStringLiteral(" FOR SHARE"); }
     QStringList sessionSetup() const override {

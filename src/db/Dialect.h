@@ -18,8 +18,9 @@ public:
     virtual QString translateSchema(const QString& script) const = 0;
     // SQL answering one row with one column "n" when table or view `name` exists.
     virtual QString relationExistsSql() const = 0;
-    // SQL answering, for the table bound to its one placeholder, one row per length-limited
-    // text column: "name" and "type" (a declared type such as "VARCHAR(60)").
+    // SQL answering, for the table bound to its one placeholder, one row per column: "name" and
+    // either "length" (the declared length of a text column) or "type" (a declared type such as
+    // "VARCHAR(60)", whose number is the length).
     virtual QString textColumnsSql() const = 0;
     // Appended to a SELECT whose rows a transaction reads and relies on: on PostgreSQL they stay
     // unchanged by others until it ends; SQLite's write transaction holds the database already.
