@@ -31,6 +31,12 @@ void printHelp(const std::vector<Command>& commands) {
                 qPrintable(bom::list::BomList::fixedParentColumns().join(',')));
     std::puts("--columns names other columns of the header view pp_q_bomtreet; --where takes");
     std::puts("the same names. Rows come by parent code, then free items 1 and 2.");
+    std::puts("\nWith --json each message or question is one object (type, title, text, style,");
+    std::puts("answer) and the last line is the result (type \"result\", ok, status) with:");
+    std::puts("  list, lines, ref: columns, rows (ref: page; a failure met while listing: error)");
+    std::puts("  show: card, or xml with --format xml    save: iautoid, qzts (refused: result)");
+    std::puts("  validate: cycle_path when a cycle was found    card-delete: iautoid");
+    std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
 }
 
 // Global options that take a value, and those that do not.
