@@ -1,0 +1,65 @@
+#pragma once
+
+#include "RowSet.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QVariant>
+#include <optional>
+#include <vector>
+
+namespace bom::db {
+class Database;
+}
+
+namespace bom::bomservice {
+
+// The account's change history of BOMs: who changed which BOM, line and field, when, from what
+// to what. Saves and deletes record into it inside their own transaction; multi-BOM runs (batch,
+// colour/size, import) record the same way under their run id.
+class BomHistory {
+public:
+    // What one entry records; the kinds a script matches on.
+    static constexpr const char* kCreated = "create";     // a new BOM (one entry)
+    static constexpr const char* kHeader = "header";      // a header field changed
+    static constexpr const char* kLineAdded = "line-add"; // a line added (one entry)
+    static constexpr const char* kLineRemoved = "line-remove";
+    static constexpr const char* kLineChanged = "line-change"; // a line's field changed
+    static constexpr const char* kDeleted = "delete";          // the BOM deleted (one entry)
+
+    struct Change {
+        QString kind;
+        QString field; // lower case; empty for create, line-add, line-remove, delete
+        QString oldValue;
+        QString newValue;
+        QString line; // the line's autoid as text; empty for the header
+    };
+    struct Entry {
+        QDateTime time;
+        QString user;
+        Change change;
+    };
+
+    explicit BomHistory(db::Database& db) : db_(db) {}
+
+    // Differences between a BOM as stored before (header and lines read from the tables,
+    // std::nullopt for a new BOM) and the card as saved (its lines carrying their autoids).
+    // Only columns of the stored tables count; keys, qzts and values the view merely shows do
+    // not. Lines pair by autoid.
+    static std::vector<Change> diff(const std::optional<BomCard>& stored, const BomCard& saved);
+
+    // The stored header and lines of a BOM, for diff; std::nullopt when it is not there.
+    std::optional<BomCard> readStored(const QString& headerId);
+
+    // Runs in the caller's transaction. `runId` 0: not part of a multi-BOM run.
+    void record(const QString& headerId, const QString& userId, const std::vector<Change>& changes,
+                qlonglong runId = 0);
+
+    // The BOM's history, newest first.
+    std::vector<Entry> read(const QString& headerId);
+
+private:
+    db::Database& db_;
+};
+
+} // namespace bom::bomservice
