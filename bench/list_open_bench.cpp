@@ -276,7 +276,7 @@ int main(int argc, char** argv) {
     }
     const QString size = QStringLiteral("%1k").arg(boms / 1000);
     {
-        // His hidden BOMs are worked out at his first sign-in, not in the figures.
+        // His visible BOMs are worked out at his first sign-in, not in the figures.
         suite::ScriptedPrompter prompter;
         bench::signIn(url, QStringLiteral("planner"), prompter);
     }

@@ -12,29 +12,28 @@ RowAuthFilter::BomScopes scopesOf(db::Database& db, const QString& userId) {
     return RowAuthFilter::bomScopesOf(suite::RightsStore(db).effectiveRowScopes(userId));
 }
 
-// Stored BOMs that the operator's rights hide, restricted by `where` on ProductStructure h:
-// read from the tables themselves, a header's lines through their index.
-db::SqlCondition hiddenBoms(const QString& userId, const RowAuthFilter::BomScopes& scopes,
-                            const db::SqlCondition& where) {
-    return db::SqlCondition{QStringLiteral("insert into sys_bom_hidden(cuserid, iautoid) select "
+// Stored BOMs that the operator's rights let him see, restricted by `where` on ProductStructure
+// h: read from the tables themselves, a header's lines through their index.
+db::SqlCondition visibleBoms(const QString& userId, const RowAuthFilter::BomScopes& scopes,
+                             const db::SqlCondition& where) {
+    return db::SqlCondition{QStringLiteral("insert into sys_bom_visible(cuserid, iautoid) select "
                                            "?, h.iautoid from ProductStructure h left join "
                                            "Inventory hi on hi.cInvCode=h.cpspcode where "),
                             {userId}} +
-           where + db::sqlText(QStringLiteral(" and (not ")) +
+           where + db::sqlText(QStringLiteral(" and ")) +
            RowAuthFilter::HeaderAllowed(userId, scopes, QStringLiteral("h"),
                                         QStringLiteral("hi.iId")) +
-           db::sqlText(QStringLiteral(" or ")) +
-           RowAuthFilter::ForbiddenLineExists(userId, scopes, QStringLiteral("h.iautoid")) +
-           db::sqlText(QStringLiteral(")"));
+           db::sqlText(QStringLiteral(" and not ")) +
+           RowAuthFilter::ForbiddenLineExists(userId, scopes, QStringLiteral("h.iautoid"));
 }
 
 } // namespace
 
 void BomVisibility::EnsureCurrent(const QString& userId) {
     const qlonglong version = suite::RightsStore(db_).version(userId);
-    const db::Rows state =
-        db_.query(QStringLiteral("select irightsversion from sys_bom_hidden_state where cuserid=?"),
-                  {userId});
+    const db::Rows state = db_.query(
+        QStringLiteral("select irightsversion from sys_bom_visible_state where cuserid=?"),
+        {userId});
     const bool kept = !state.empty();
     if (kept ? state.value(0, "irightsversion").toLongLong() == version
              : !scopesOf(db_, userId).decidedRowByRow())
@@ -47,18 +46,18 @@ void BomVisibility::RefreshOperator(const QString& userId) {
     const RowAuthFilter::BomScopes scopes = scopesOf(db_, userId);
     // The state row first: a save that decides BOMs for this operator meanwhile waits for it.
     if (!scopes.decidedRowByRow()) {
-        db_.exec(QStringLiteral("delete from sys_bom_hidden_state where cuserid=?"), {userId});
-    } else if (db_.exec(QStringLiteral("update sys_bom_hidden_state set irightsversion=? where "
+        db_.exec(QStringLiteral("delete from sys_bom_visible_state where cuserid=?"), {userId});
+    } else if (db_.exec(QStringLiteral("update sys_bom_visible_state set irightsversion=? where "
                                        "cuserid=?"),
                         {suite::RightsStore(db_).version(userId), userId}) == 0) {
-        db_.exec(QStringLiteral("insert into sys_bom_hidden_state(cuserid, irightsversion) "
+        db_.exec(QStringLiteral("insert into sys_bom_visible_state(cuserid, irightsversion) "
                                 "values (?, ?)"),
                  {userId, suite::RightsStore(db_).version(userId)});
     }
-    db_.exec(QStringLiteral("delete from sys_bom_hidden where cuserid=?"), {userId});
+    db_.exec(QStringLiteral("delete from sys_bom_visible where cuserid=?"), {userId});
     if (scopes.decidedRowByRow()) {
         const db::SqlCondition insert =
-            hiddenBoms(userId, scopes, db::sqlText(QStringLiteral("1=1")));
+            visibleBoms(userId, scopes, db::sqlText(QStringLiteral("1=1")));
         db_.exec(insert.sql, insert.params);
     }
     tx.commit();
@@ -68,10 +67,10 @@ void BomVisibility::RefreshBoms(const QStringList& headerIds) {
     if (headerIds.isEmpty())
         return;
     db::Transaction tx(db_);
-    const db::Rows kept = db_.query(QStringLiteral("select cuserid from sys_bom_hidden_state") +
+    const db::Rows kept = db_.query(QStringLiteral("select cuserid from sys_bom_visible_state") +
                                     db_.dialect().forShare());
     for (const QString& id : headerIds)
-        db_.exec(QStringLiteral("delete from sys_bom_hidden where iautoid=?"), {id});
+        db_.exec(QStringLiteral("delete from sys_bom_visible where iautoid=?"), {id});
     for (std::size_t i = 0; i < kept.size(); ++i) {
         const QString userId = kept.text(i, "cuserid");
         const RowAuthFilter::BomScopes scopes = scopesOf(db_, userId);
@@ -79,7 +78,7 @@ void BomVisibility::RefreshBoms(const QStringList& headerIds) {
             continue; // renewed at his next sign-in, when his new rights take effect
         for (const QString& id : headerIds) {
             const db::SqlCondition insert =
-                hiddenBoms(userId, scopes, {QStringLiteral("h.iautoid=?"), {id}});
+                visibleBoms(userId, scopes, {QStringLiteral("h.iautoid=?"), {id}});
             db_.exec(insert.sql, insert.params);
         }
     }

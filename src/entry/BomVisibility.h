@@ -9,9 +9,11 @@ class Database;
 
 namespace bom::entry {
 
-// Keeps, for every operator whose rights are lists of codes, the BOMs those rights hide
-// (sys_bom_hidden), so that his list asks one keyed look-up per row instead of weighing every
-// line of every BOM that sorts before the ones he may see. Every write that can change whom a
+// Keeps, for every operator whose rights are lists of codes, the BOMs those rights let him see
+// (sys_bom_visible), so that his list asks one keyed look-up per row instead of weighing every
+// line of every BOM that sorts before the ones he may see. The set he sees is kept rather than
+// the one he does not because a narrow right hides most BOMs: the look-ups then go to a small
+// index, however many hidden BOMs sort first. Every write that can change whom a
 // BOM shows to (a new or deleted BOM, its header's parent or department, its lines' items,
 // departments or warehouses) calls RefreshBoms inside its own transaction; an operator's set
 // is worked out anew at sign-in when his rights changed since it was made.

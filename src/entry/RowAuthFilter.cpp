@@ -96,8 +96,8 @@ db::SqlCondition RowAuthFilter::GetBomAuthFilter() const {
                            auth.scope(QStringLiteral("Warehouse"))};
     if (!scopes.decidedRowByRow())
         return DirectBomAuthFilter(session_.gUserId, scopes);
-    return {QStringLiteral(" and not exists (select 1 from sys_bom_hidden hb where hb.cuserid=? "
-                           "and hb.iautoid=pp_q_bomtreet.iautoid)"),
+    return {QStringLiteral(" and exists (select 1 from sys_bom_visible vb where vb.cuserid=? "
+                           "and vb.iautoid=pp_q_bomtreet.iautoid)"),
             {session_.gUserId}};
 }
 

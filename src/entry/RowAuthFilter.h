@@ -16,7 +16,7 @@ public:
         Scope department = Scope::All;
         Scope inventory = Scope::All;
         Scope warehouse = Scope::All;
-        // Lists of codes decide row by row: what the hidden-BOM sets are kept for.
+        // Lists of codes decide row by row: what the visible-BOM sets are kept for.
         bool decidedRowByRow() const;
         // No right at all on departments or items: nothing is listed.
         bool seesNothing() const { return department == Scope::None || inventory == Scope::None; }
@@ -28,7 +28,7 @@ public:
     // unrestricted on departments, items and warehouses; otherwise the BOM must have an allowed
     // department (or none) and parent item, and no line may name a forbidden department, item
     // or warehouse (blank values pass). Lists of codes are answered from the operator's
-    // hidden-BOM set (see BomVisibility), so a page costs the same in any size of account.
+    // visible-BOM set (see BomVisibility), so a page costs the same in any size of account.
     db::SqlCondition GetBomAuthFilter() const;
 
     // The same rule worked out from the rights themselves, for operator `userId`.

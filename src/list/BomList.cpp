@@ -135,14 +135,11 @@ int BomList::parentCount(const db::SqlCondition& filter) const {
                                                      auth.scope(QStringLiteral("Warehouse"))};
         if (scopes.seesNothing())
             return 0;
-        // Every header is one row of the list; the rights hide exactly the kept hidden BOMs.
-        const QString headers = QStringLiteral("select count(*) from ProductStructure");
+        // Every header is one row of the list; a restricted operator sees exactly his kept set.
         if (!scopes.decidedRowByRow())
-            return db.scalar(headers).toInt();
+            return db.scalar(QStringLiteral("select count(*) from ProductStructure")).toInt();
         return db
-            .scalar(QStringLiteral("select (%1) - (select count(*) from sys_bom_hidden "
-                                   "where cuserid=?)")
-                        .arg(headers),
+            .scalar(QStringLiteral("select count(*) from sys_bom_visible where cuserid=?"),
                     {session_.gUserId})
             .toInt();
     }

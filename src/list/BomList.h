@@ -67,8 +67,8 @@ public:
     };
     ParentPages parentPages(const db::SqlCondition& filter = {}) const;
 
-    // How many headers the parent list holds. Unfiltered, from the headers and the operator's
-    // hidden BOMs alone, so it costs the same however long the list; filtered, by counting.
+    // How many headers the parent list holds. Unfiltered, the headers or the operator's kept
+    // visible set counted by their index, without weighing rights; filtered, by counting.
     int parentCount(const db::SqlCondition& filter = {}) const;
     // The headers the operator may see with exactly `columns` (checked view columns), ordered
     // by parent and free items 1 and 2 rather than by the operator's sort.

@@ -14,7 +14,7 @@
 using namespace bom;
 using Scope = suite::RightsStore::Scope;
 
-// The hidden-BOM sets kept by saves, deletes and sign-ins against the rights themselves.
+// The visible-BOM sets kept by saves, deletes and sign-ins against the rights themselves.
 class VisibilityTest : public test::BackendTest {
 protected:
     void SetUp() override {
