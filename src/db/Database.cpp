@@ -60,6 +60,13 @@ bool postgresDatabaseMissing(const QString& message) {
 
 } // namespace
 
+std::unique_ptr<Database> Database::openPagedReader(const QString& url) {
+    auto reader = open(url);
+    for (const QString& statement : reader->dialect().pagedReaderSetup())
+        reader->exec(statement);
+    return reader;
+}
+
 std::unique_ptr<Database> Database::open(const QString& text, OpenMode mode) {
     if (mode == OpenMode::CreateIfMissing && text.startsWith(QLatin1String("postgres"))) {
         try {

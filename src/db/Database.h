@@ -29,6 +29,8 @@ public:
 
     static std::unique_ptr<Database> open(const QString& url,
                                           OpenMode mode = OpenMode::ExistingOnly);
+    // A connection for reading a long list page by page, set up for it by the dialect.
+    static std::unique_ptr<Database> openPagedReader(const QString& url);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;

@@ -19,7 +19,7 @@ class SqliteDialect final : public Dialect {
 public:
     // The busy time-out already waits; SQLite statements themselves have no time limit.
     QString longTransactionSetup() const override { return {}; }
-    QString pagedReaderSetup() const override { return {}; }
+    QStringList pagedReaderSetup() const override { return {}; }
     int valuesPerStatement() const override { return 200; }
     QString columnTypesSql() const override {
         return QStringLiteral("SELECT name, type FROM pragma_table_info(?)");
@@ -63,8 +63,13 @@ public:
     QString longTransactionSetup() const override {
         return QStringLiteral("SET LOCAL statement_timeout = 600000");
     }
-    QString pagedReaderSetup() const override {
-        return QStringLiteral("SET statement_timeout = 0");
+    QStringList pagedReaderSetup() const override {
+        // A page's query stays open while the operator scrolls, so no time-out may end it. The
+        // pages of a list differ only in their keys: a plan made once for no particular key
+        // cannot tell a last page from a first and may read every row a restricted operator
+        // sees, so each page is planned for its own keys.
+        return {QStringLiteral("SET statement_timeout = 0"),
+                QStringLiteral("SET plan_cache_mode = force_custom_plan")};
     }
 
     int valuesPerStatement() const override { return 20000; }

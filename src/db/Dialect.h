@@ -30,9 +30,8 @@ public:
     // Run at the start of a long write transaction (a card save): lifts the statement time-out
     // to 600 seconds for that transaction only. Empty when the dialect needs nothing.
     virtual QString longTransactionSetup() const = 0;
-    // Run on a connection that only reads a long list page by page: its query stays open while
-    // the operator scrolls, so no statement time-out may end it. Empty when nothing is needed.
-    virtual QString pagedReaderSetup() const = 0;
+    // Run on a connection that only reads a long list page by page (Database::openPagedReader).
+    virtual QStringList pagedReaderSetup() const = 0;
 
     // Bound values one multi-row statement should carry at most. Qt's SQLite driver looks up
     // every placeholder's name on each run, which grows with the square of their number.

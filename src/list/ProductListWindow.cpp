@@ -481,10 +481,7 @@ bool ProductListWindow::eventFilter(QObject* watched, QEvent* event) {
 db::Database* ProductListWindow::reader() {
     if (!reader_) {
         try {
-            reader_ = db::Database::open(session_.gDbName);
-            const QString setup = reader_->dialect().pagedReaderSetup();
-            if (!setup.isEmpty())
-                reader_->exec(setup);
+            reader_ = db::Database::openPagedReader(session_.gDbName);
         } catch (const db::DbError& e) {
             session_.ShowInfo(e.message());
         }
