@@ -115,25 +115,8 @@ void IProduct::FrmUnload() {
 }
 
 void IProduct::LoadAuthStrings() {
-    Session& s = session_;
-    auto condition = [&](const QString& table, const QString& allForm, const QString& prefix,
-                         const QString& suffix) {
-        const QString granted = s.gRowAuth->GetAuthString(table);
-        if (granted == QLatin1String("1=2"))
-            return QStringLiteral("(1=2)");
-        if (granted.isEmpty())
-            return allForm;
-        return prefix + granted + suffix;
-    };
-    s.gAuthInventory = condition(QStringLiteral("Inventory"), QStringLiteral("(1=1) "),
-                                 QStringLiteral(" (Inventory.iId in ("), QStringLiteral(") )"));
-    s.gAuthDepartment =
-        condition(QStringLiteral("Department"), QStringLiteral("(1=1)"),
-                  QStringLiteral("(Department.cDepCode in  ("), QStringLiteral("))"));
-    s.gAuthPerson = condition(QStringLiteral("Person"), QStringLiteral("(1=1)"),
-                              QStringLiteral("(Person.CPersonCode in ("), QStringLiteral("))"));
-    s.gAuthWarehouse = condition(QStringLiteral("Warehouse"), QStringLiteral("(1=1)"),
-                                 QStringLiteral("(Warehouse.CWhCode in ("), QStringLiteral("))"));
+    // Made when first read (Session::gAuthInventory …), from the rights just loaded.
+    session_.resetAuthTexts();
 }
 
 } // namespace bom::entry

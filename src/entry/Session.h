@@ -8,7 +8,9 @@
 #include "suite/RowAuth.h"
 
 #include <QString>
+#include <array>
 #include <memory>
+#include <optional>
 
 namespace bom::suite {
 class Prompter;
@@ -36,10 +38,15 @@ public:
     QString gUserName;
     ListWindowHandle* gListForm = nullptr;
 
-    QString gAuthInventory;
-    QString gAuthDepartment;
-    QString gAuthPerson;
-    QString gAuthWarehouse;
+    // The operator's row-right conditions on the reference tables, in the suite's text form.
+    // Made from gRowAuth on first use: listing every granted item is the dearest step of a
+    // restricted operator's start, and no statement of the module reads them.
+    const QString& gAuthInventory() { return authText(AuthTable::Inventory); }
+    const QString& gAuthDepartment() { return authText(AuthTable::Department); }
+    const QString& gAuthPerson() { return authText(AuthTable::Person); }
+    const QString& gAuthWarehouse() { return authText(AuthTable::Warehouse); }
+    // Forgets the texts, so that they follow the current gRowAuth.
+    void resetAuthTexts() { authTexts_.fill(std::nullopt); }
 
     int gQuanDigits = 2;
     int gNumDigits = 2;
@@ -54,6 +61,11 @@ public:
     void ShowInfo(const QString& text);
 
     static constexpr const char* kFunctionKey = "ProductStructure";
+
+private:
+    enum class AuthTable { Inventory, Department, Person, Warehouse };
+    const QString& authText(AuthTable table);
+    std::array<std::optional<QString>, 4> authTexts_;
 };
 
 } // namespace bom::entry

@@ -34,7 +34,7 @@ TEST_P(ShowTest, RunsASessionUntilItsWindowClosesAndASecondShowOnlyRaises) {
     EXPECT_EQ(window->shown, 1);
     EXPECT_EQ(window->funcText(), QStringLiteral("物料清单维护"));
     EXPECT_TRUE(product.session().gConn && product.session().gConn->isOpen());
-    EXPECT_EQ(product.session().gAuthInventory, QStringLiteral("(1=1) "));
+    EXPECT_EQ(product.session().gAuthInventory(), QStringLiteral("(1=1) "));
     EXPECT_EQ(locks(), 1);
 
     product.Show(login.get());
