@@ -299,6 +299,8 @@ bool clsVoucher::save(const QString&, const QString& extra) {
         session_.prompter.info(noRight, kTitleText, 64);
         return false;
     }
+    // Told before the save writes the changes: afterwards the stored card is the new one.
+    const QString changes = control_.getChangeLog();
     QString result, error;
     if (!bomservice::BomSaver(session_).SaveBom(card, QLatin1String(kCardNumber),
                                                 state.iVoucherState, result, error))
@@ -313,7 +315,7 @@ bool clsVoucher::save(const QString&, const QString& extra) {
     if (!state.sbomid.isEmpty())
         showTreeOf(state.sbomid);
     // The save has recorded the history and raised the structure-changed flag itself.
-    state.lastChangeLog = control_.getChangeLog();
+    state.lastChangeLog = changes;
     control_.setVoucherData(card);
     leaveEdit();
     state.bCheck = false;
