@@ -17,6 +17,7 @@ struct Command {
 std::vector<Command> accountCommands();
 std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
+std::vector<Command> cardToolCommands();
 std::vector<Command> listCommands();
 
 } // namespace bom::app
