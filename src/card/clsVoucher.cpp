@@ -145,7 +145,7 @@ bool clsVoucher::run(const QString& key, const QString& extra) {
 bool clsVoucher::LoadCard(const QString& headerId) {
     bool done = false;
     try {
-        done = template_ && load(headerId, true);
+        done = load(headerId, true);
     } catch (const db::DbError& e) {
         session_.prompter.info(e.message(), kTitleText, 16);
     }
@@ -154,6 +154,8 @@ bool clsVoucher::LoadCard(const QString& headerId) {
 }
 
 bool clsVoucher::load(const QString& headerId, bool showTree) {
+    if (!template_)
+        return false; // the card has no template: said so when it was read
     const auto card = bomservice::BomCardLoader(session_).LoadBom(*template_, headerId);
     if (!card)
         return false;
