@@ -37,6 +37,8 @@ public:
     virtual void DelLine(int row) = 0;
     virtual int currentRow() const = 0; // -1 with no current line
     virtual void setCurrentRow(int row) = 0;
+    // A line without a component whose visible cells are all empty: the save drops it.
+    bool isBlankLine(int row) const;
 
     // A new empty card of the current template.
     virtual void AddNew() = 0;
@@ -54,7 +56,8 @@ public:
     // 2 when the card may be left as it is (its entry is complete: required fields filled);
     // anything else has shown its message.
     virtual int ProtectUnload2() = 0;
-    // The changes of this edit against the card as loaded, as text.
+    // The changes of this edit against the card as loaded, as text; read before the save
+    // writes them.
     virtual QString getChangeLog() const = 0;
 };
 

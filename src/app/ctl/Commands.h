@@ -11,12 +11,15 @@ struct Command {
     const char* name;
     const char* usage;
     int (*run)(CtlContext&);
+    bool needsGui = false; // renders with QtGui (fonts, PDF): runs in a QGuiApplication
 };
 
 // Every command group registers its commands here.
 std::vector<Command> accountCommands();
 std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
+std::vector<Command> cardToolCommands();
 std::vector<Command> listCommands();
+std::vector<Command> printCommands();
 
 } // namespace bom::app
