@@ -3,7 +3,6 @@
 #include "RowWriter.h"
 #include "db/Database.h"
 #include "db/DbError.h"
-#include "db/ValueTypes.h"
 #include "entry/VoucherHelpers.h"
 
 #include <QHash>
@@ -86,13 +85,11 @@ void compareRow(const std::vector<Compared>& columns, const RowSet& stored, int 
         if (shown.isNull())
             continue;
         const QVariant& before = stored.cell(storedRow, c.stored);
-        // A column the driver typed as text while it held only nulls may still hold numbers.
-        const bool numeric = c.numbers || db::isNumericType(before.typeId());
         const QVariant after =
             c.flag ? QVariant(*RowWriter::StoredFlag(c.name, shown, true)) : shown;
-        if (!sameValue(before, after, numeric))
+        if (!sameValue(before, after, c.numbers))
             out.push_back(
-                {kind, c.name, valueText(before, numeric), valueText(after, numeric), line});
+                {kind, c.name, valueText(before, c.numbers), valueText(after, c.numbers), line});
     }
 }
 
