@@ -67,7 +67,7 @@ protected:
                                 "SELECT * FROM ProstruOpt ORDER BY compsubid",
                                 "SELECT * FROM ProductStructuresEx ORDER BY cPSPCode, cPSCode",
                                 "SELECT * FROM sys_bom_history ORDER BY id",
-                                "SELECT * FROM sys_bom_hidden ORDER BY cuserid, iautoid",
+                                "SELECT * FROM sys_bom_visible ORDER BY cuserid, iautoid",
                                 "SELECT * FROM so_sodetails ORDER BY autoid",
                                 "SELECT cValue FROM AccInformation WHERE cName='bStruChange'"}) {
             const db::Rows rows = db().query(QLatin1String(sql));
