@@ -71,6 +71,27 @@ QString sizedUrl(const QString& url, int boms) {
     return boms == 100000 ? url : taggedUrl(url, QStringLiteral("%1k").arg(boms / 1000));
 }
 
+QString freshParent(db::Database& db) {
+    const int id = db.scalar(QStringLiteral("SELECT COALESCE(MAX(iId), 10000000) + 1 FROM "
+                                            "Inventory WHERE iId >= 10000000"))
+                       .toInt();
+    const QString code = QStringLiteral("SB-%1").arg(id);
+    db.exec(
+        QStringLiteral("INSERT INTO Inventory(iId, cInvCode, cInvName, bself) VALUES (?,?,?,1)"),
+        {id, code, QStringLiteral("保存基准 ") + code});
+    return code;
+}
+
+QStringList purchasedItems(db::Database& db, int count) {
+    const db::Rows rows = db.query(QStringLiteral("select cInvCode from Inventory where cInvCode "
+                                                  "like 'P-%' order by cInvCode limit ?"),
+                                   {count});
+    QStringList codes;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        codes << rows.text(i, "cInvCode");
+    return codes;
+}
+
 // A new card of `parent` whose lines use `components`, in order, as a planner enters it.
 bomservice::BomCard newCard(const QString& parent, const QStringList& components) {
     bomservice::BomCard card;

@@ -28,6 +28,11 @@ QString sizedUrl(const QString& url, int boms);
 // `url` with `tag` added to its file or database name.
 QString taggedUrl(const QString& url, const QString& tag);
 
+// A new made item no BOM uses yet, so a new card of it passes the identity check.
+QString freshParent(db::Database& db);
+// The first `count` purchased items of the generated account, by code.
+QStringList purchasedItems(db::Database& db, int count);
+
 // A new card of `parent` with one line per component, quantities 1 … 9 over 1.
 bomservice::BomCard newCard(const QString& parent, const QStringList& components);
 

@@ -53,18 +53,6 @@ double msSince(const QElapsedTimer& timer) {
     return timer.nsecsElapsed() / 1e6;
 }
 
-// A parent nobody has a BOM for yet, so the identity check lets a new card through.
-QString freshParent(db::Database& db) {
-    const int id = db.scalar(QStringLiteral("SELECT COALESCE(MAX(iId), 10000000) + 1 FROM "
-                                            "Inventory WHERE iId >= 10000000"))
-                       .toInt();
-    const QString code = QStringLiteral("SB-%1").arg(id);
-    db.exec(
-        QStringLiteral("INSERT INTO Inventory(iId, cInvCode, cInvName, bself) VALUES (?,?,?,1)"),
-        {id, code, QStringLiteral("保存基准 ") + code});
-    return code;
-}
-
 // Every line marked changed with a new quantity, as a planner's edit of the whole card.
 void changeEveryLine(bomservice::BomCard& card) {
     for (int row = 0; row < card.lines.rowCount(); ++row) {
@@ -170,11 +158,7 @@ int run(const QString& url, int runs) {
     db::Database& db = *session.gConn;
     const bool postgres = db.isPostgres();
 
-    QStringList components;
-    const db::Rows purchased = db.query(QStringLiteral(
-        "select cInvCode from Inventory where cInvCode like 'P-%' order by cInvCode limit 500"));
-    for (std::size_t i = 0; i < purchased.size(); ++i)
-        components << purchased.text(i, "cInvCode");
+    const QStringList components = bench::purchasedItems(db, kLines);
     if (components.size() != kLines) {
         std::fprintf(stderr, "only %d purchased items\n", int(components.size()));
         return 1;
@@ -199,7 +183,7 @@ int run(const QString& url, int runs) {
     std::vector<double> ours, oursChange, base, baseChange, floor, floorOne;
     QStringList ourIds, baseIds;
     for (int r = 0; r < runs; ++r) {
-        bomservice::BomCard card = bench::newCard(freshParent(db), components);
+        bomservice::BomCard card = bench::newCard(bench::freshParent(db), components);
         prompter.clear();
         QElapsedTimer timer;
         timer.start();
@@ -208,7 +192,7 @@ int run(const QString& url, int runs) {
         ours.push_back(msSince(timer));
         ourIds << card.header.text(0, QStringLiteral("iautoid"));
 
-        bomservice::BomCard plain = bench::newCard(freshParent(db), components);
+        bomservice::BomCard plain = bench::newCard(bench::freshParent(db), components);
         timer.start();
         if (!straightforward.save(plain, 0))
             failed("straightforward new card save", prompter, {}, {});
@@ -229,7 +213,7 @@ int run(const QString& url, int runs) {
             failed("straightforward modification save", prompter, {}, {});
         baseChange.push_back(msSince(timer));
 
-        const QString parent = freshParent(db);
+        const QString parent = bench::freshParent(db);
         floor.push_back(floorOnce(db, parent, components, false));
         floorOne.push_back(floorOnce(db, parent, components, true));
     }
