@@ -71,6 +71,14 @@ QString sizedUrl(const QString& url, int boms) {
     return boms == 100000 ? url : taggedUrl(url, QStringLiteral("%1k").arg(boms / 1000));
 }
 
+QString accountUrl(int argc, char** argv) {
+    return argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
+}
+
+int countArg(int argc, char** argv, int index, int fallback) {
+    return argc > index ? std::max(1, QString::fromLocal8Bit(argv[index]).toInt()) : fallback;
+}
+
 QString freshParent(db::Database& db) {
     const int id = db.scalar(QStringLiteral("SELECT COALESCE(MAX(iId), 10000000) + 1 FROM "
                                             "Inventory WHERE iId >= 10000000"))

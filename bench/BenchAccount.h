@@ -14,6 +14,11 @@
 
 namespace bom::bench {
 
+// The command line every benchmark takes: the account's URL first (default
+// sqlite:/tmp/bom-bench.db), then a count at `index` (runs or BOMs).
+QString accountUrl(int argc, char** argv);
+int countArg(int argc, char** argv, int index, int fallback);
+
 // The generated account a benchmark runs on: reused when the file exists (made once with
 // 100,000 BOMs of 10 lines over 3 levels), so repeated runs measure, not generate.
 std::unique_ptr<db::Database> openGeneratedAccount(const QString& url, int boms);

@@ -56,9 +56,8 @@ int readAll(db::Database& db, const QString& sql, const QString& id) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    const QString url =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
-    const int runs = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : 20;
+    const QString url = bench::accountUrl(argc, argv);
+    const int runs = bench::countArg(argc, argv, 2, 20);
     bench::openGeneratedAccount(url, 100000);
 
     suite::ScriptedPrompter prompter;

@@ -266,8 +266,7 @@ bool benchShape(std::unique_ptr<db::Database> db, const QString& url, const QStr
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    const QString url =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
+    const QString url = bench::accountUrl(argc, argv);
     Runs runs;
     if (argc > 2)
         runs.warm = QString::fromLocal8Bit(argv[2]).toInt();

@@ -266,9 +266,8 @@ void measureMemory(const QString& url, const QString& size) {
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    const QString base =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
-    const int boms = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : 100000;
+    const QString base = bench::accountUrl(argc, argv);
+    const int boms = bench::countArg(argc, argv, 2, 100000);
     const QString url = bench::sizedUrl(base, boms);
     {
         auto db = bench::openGeneratedAccount(url, boms);

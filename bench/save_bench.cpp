@@ -259,9 +259,8 @@ int run(const QString& url, int runs) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    const QString url =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
-    const int runs = argc > 2 ? std::max(1, std::atoi(argv[2])) : 20;
+    const QString url = bench::accountUrl(argc, argv);
+    const int runs = bench::countArg(argc, argv, 2, 20);
     try {
         return run(url, runs);
     } catch (const db::DbError& e) {

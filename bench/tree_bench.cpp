@@ -110,9 +110,8 @@ bool benchShape(const QString& url, const QString& name, int runs) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    const QString url =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
-    const int runs = argc > 2 ? QString::fromLocal8Bit(argv[2]).toInt() : 20;
+    const QString url = bench::accountUrl(argc, argv);
+    const int runs = bench::countArg(argc, argv, 2, 20);
     bench::openGeneratedAccount(url, 100000);
     bool agreed = benchShape(url, QStringLiteral("tree of the largest structure d3"), runs);
     // Deep product families: a sub-assembly appears under many paths.

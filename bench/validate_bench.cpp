@@ -87,8 +87,7 @@ int run(const QString& url) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    const QString url =
-        argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
+    const QString url = bench::accountUrl(argc, argv);
     try {
         return run(url);
     } catch (const db::DbError& e) {

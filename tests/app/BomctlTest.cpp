@@ -1,5 +1,5 @@
 #include "suite/ColumnSettings.h"
-#include "support/TestAccount.h"
+#include "support/BomctlDemoTest.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -11,15 +11,6 @@
 using namespace bom;
 
 namespace {
-
-test::ProcessResult bomctl(const QStringList& args, const QByteArray& input = {}) {
-    return test::runProgram(QStringLiteral(BOMCTL_PATH), args, {}, input);
-}
-
-QJsonObject lastJson(const QString& out) {
-    const QStringList lines = out.trimmed().split('\n');
-    return QJsonDocument::fromJson(lines.last().toUtf8()).object();
-}
 
 QString field(const QJsonValue& row, const char* name) {
     return row.toObject().value(QLatin1String(name)).toString();
@@ -38,25 +29,12 @@ QStringList messages(const QString& out) {
 
 } // namespace
 
-class BomctlTest : public test::BackendTest {
-protected:
-    void SetUp() override {
-        BackendTest::SetUp();
-        const auto init =
-            bomctl({QStringLiteral("init"), account->url(), QStringLiteral("--demo")});
-        ASSERT_EQ(init.status, 0) << init.err.toStdString();
-    }
-    test::ProcessResult as(const char* user, QStringList args, const QByteArray& input = {}) {
-        args << QStringLiteral("--db") << account->url() << QStringLiteral("--user")
-             << QLatin1String(user);
-        return bomctl(args, input);
-    }
-};
+class BomctlTest : public test::BomctlDemoTest {};
 
 TEST_P(BomctlTest, InitRefusesAnExistingAccountAndUsageErrorsExitTwo) {
     const auto again = bomctl({QStringLiteral("init"), account->url(), QStringLiteral("--json")});
     EXPECT_EQ(again.status, 1);
-    EXPECT_FALSE(lastJson(again.out).value("ok").toBool());
+    EXPECT_FALSE(test::lastJson(again.out).value("ok").toBool());
     EXPECT_EQ(bomctl({QStringLiteral("init")}).status, 2);
     EXPECT_EQ(bomctl({QStringLiteral("frobnicate")}).status, 2);
     EXPECT_EQ(
@@ -75,7 +53,7 @@ TEST_P(BomctlTest, OperatorsAndRightsAreAdministeredWithoutSql) {
     const auto list =
         as("demo", {QStringLiteral("operator"), QStringLiteral("list"), QStringLiteral("--json")});
     ASSERT_EQ(list.status, 0) << list.err.toStdString();
-    const QJsonObject result = lastJson(list.out);
+    const QJsonObject result = test::lastJson(list.out);
     EXPECT_EQ(result.value("type").toString(), QStringLiteral("result"));
     EXPECT_EQ(result.value("rows").toArray().size(), 2);
     EXPECT_EQ(result.value("rows").toArray().at(1).toObject().value("name").toString(),
@@ -116,7 +94,7 @@ TEST_P(BomctlTest, OperatorsAndRightsAreAdministeredWithoutSql) {
     const auto shown =
         as("demo", {QStringLiteral("rights"), QStringLiteral("show"), QStringLiteral("wang"),
                     QStringLiteral("department"), QStringLiteral("--json")});
-    EXPECT_EQ(lastJson(shown.out)
+    EXPECT_EQ(test::lastJson(shown.out)
                   .value("rows")
                   .toArray()
                   .at(0)
@@ -163,7 +141,7 @@ TEST_P(BomctlTest, ListsShowsAndLooksUpForEachOperator) {
         args << QStringLiteral("--json");
         const auto run = as(user, args);
         EXPECT_EQ(run.status, 0) << run.err.toStdString() << run.out.toStdString();
-        return lastJson(run.out).value("rows").toArray();
+        return test::lastJson(run.out).value("rows").toArray();
     };
     EXPECT_EQ(rows("demo", {QStringLiteral("list")}).size(), 8);
     const QJsonArray garments = rows("wang", {QStringLiteral("list")});
@@ -184,7 +162,7 @@ TEST_P(BomctlTest, ListsShowsAndLooksUpForEachOperator) {
     EXPECT_EQ(csv.out.trimmed().split('\n').size(), 4); // heading and three lines
 
     const auto shown = as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")});
-    const QJsonObject card = lastJson(shown.out).value("card").toObject();
+    const QJsonObject card = test::lastJson(shown.out).value("card").toObject();
     EXPECT_EQ(card.value("header").toObject().value("iautoid").toString(), id);
     EXPECT_EQ(card.value("lines").toArray().size(), 3);
     EXPECT_EQ(card.value("lines").toArray().at(0).toObject().value("editprop").toString(),
@@ -204,10 +182,15 @@ TEST_P(BomctlTest, ListsShowsAndLooksUpForEachOperator) {
 TEST_P(BomctlTest, ValidateRefusesCyclesRepeatsAndTakenIdentitiesAndAcceptsAGoodCard) {
     const auto list = as("demo", {QStringLiteral("list"), QStringLiteral("--where"),
                                   QStringLiteral("cpspcode=FR100"), QStringLiteral("--json")});
-    const QString id =
-        lastJson(list.out).value("rows").toArray().at(0).toObject().value("iautoid").toString();
+    const QString id = test::lastJson(list.out)
+                           .value("rows")
+                           .toArray()
+                           .at(0)
+                           .toObject()
+                           .value("iautoid")
+                           .toString();
     const QJsonObject card =
-        lastJson(as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")}).out)
+        test::lastJson(as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")}).out)
             .value("card")
             .toObject();
     QTemporaryDir dir;
@@ -236,7 +219,7 @@ TEST_P(BomctlTest, ValidateRefusesCyclesRepeatsAndTakenIdentitiesAndAcceptsAGood
     const auto cycle = validate(withLines(QJsonArray(lines) << bike));
     EXPECT_EQ(cycle.status, 1);
     EXPECT_TRUE(cycle.out.contains(QStringLiteral("母件FR100与子件BK100循环!")));
-    EXPECT_EQ(lastJson(cycle.out).value("cycle_path").toArray().size(), 2);
+    EXPECT_EQ(test::lastJson(cycle.out).value("cycle_path").toArray().size(), 2);
 
     const auto repeated = validate(withLines(QJsonArray(lines) << lines.at(1)));
     EXPECT_EQ(repeated.status, 1);
@@ -275,10 +258,10 @@ TEST_P(BomctlTest, ACardIsCreatedShownChangedAndDeletedThroughBomctlAlone) {
             write({{"header", QJsonObject{{"cpspcode", "SD100"}}}, {"lines", QJsonArray{line}}}),
             QStringLiteral("--json")});
     ASSERT_EQ(created.status, 0) << created.out.toStdString();
-    const QString id = lastJson(created.out).value("iautoid").toString();
+    const QString id = test::lastJson(created.out).value("iautoid").toString();
 
     QJsonObject card =
-        lastJson(as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")}).out)
+        test::lastJson(as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")}).out)
             .value("card")
             .toObject();
     const double firstVersion = card.value("header").toObject().value("qzts").toDouble();
@@ -290,9 +273,9 @@ TEST_P(BomctlTest, ACardIsCreatedShownChangedAndDeletedThroughBomctlAlone) {
     card.insert("lines", lines);
     const auto saved = as("demo", {QStringLiteral("save"), write(card), QStringLiteral("--json")});
     ASSERT_EQ(saved.status, 0) << saved.out.toStdString();
-    EXPECT_EQ(lastJson(saved.out).value("iautoid").toString(), id);
+    EXPECT_EQ(test::lastJson(saved.out).value("iautoid").toString(), id);
     const QJsonArray stored =
-        lastJson(as("demo", {QStringLiteral("lines"), id, QStringLiteral("--json")}).out)
+        test::lastJson(as("demo", {QStringLiteral("lines"), id, QStringLiteral("--json")}).out)
             .value("rows")
             .toArray();
     ASSERT_EQ(stored.size(), 1);
@@ -310,7 +293,7 @@ TEST_P(BomctlTest, ScriptsGetFixedColumnsAndExitStatusesWhereverTheOptionsStand)
     // Global options before the command, mixed with those after it.
     const auto before = bomctl({"--db", account->url(), "--json", "list", "--user=demo"});
     ASSERT_EQ(before.status, 0) << before.err.toStdString();
-    const QJsonArray all = lastJson(before.out).value("rows").toArray();
+    const QJsonArray all = test::lastJson(before.out).value("rows").toArray();
     EXPECT_EQ(all.size(), 8);
     auto idOf = [&](const char* parent, bool orderBom = false) {
         for (const auto& row : all)
@@ -336,8 +319,9 @@ TEST_P(BomctlTest, ScriptsGetFixedColumnsAndExitStatusesWhereverTheOptionsStand)
     ASSERT_EQ(csv.size(), 9);
     EXPECT_EQ(csv.first(), fixed);
     EXPECT_TRUE(csv.at(1).startsWith(idOf("BK100") + QStringLiteral(",BK100,")));
-    EXPECT_EQ(lastJson(as("demo", {"list", "--json"}).out)["columns"].toVariant().toStringList(),
-              fixed.split(','));
+    EXPECT_EQ(
+        test::lastJson(as("demo", {"list", "--json"}).out)["columns"].toVariant().toStringList(),
+        fixed.split(','));
     EXPECT_TRUE(as("demo", {"help"}).out.contains(fixed));
 
     // --columns picks others; --where takes any column of the view, shown or not.
@@ -352,20 +336,20 @@ TEST_P(BomctlTest, ScriptsGetFixedColumnsAndExitStatusesWhereverTheOptionsStand)
     EXPECT_EQ(as("demo", {"list", "--where", "colour=RED"}).status, 2);
 
     const auto xml = as("demo", {"show", idOf("FR100"), "--format", "xml", "--json"});
-    EXPECT_EQ(lastJson(xml.out)["xml"].toString().count(QStringLiteral("<rs:data>")), 2);
+    EXPECT_EQ(test::lastJson(xml.out)["xml"].toString().count(QStringLiteral("<rs:data>")), 2);
 
     // A command over several BOMs is refused when it changed none, done when it changed one.
     const auto approved = as("demo", {"approve", idOf("BK100"), "--json"});
     EXPECT_EQ(approved.status, 1);
-    EXPECT_EQ(lastJson(approved.out)["changed"].toInt(), 0);
+    EXPECT_EQ(test::lastJson(approved.out)["changed"].toInt(), 0);
     const auto refused = as("demo", {"stop", idOf("FR100"), idOf("WH100"), "--json"});
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(messages(refused.out).last(), QStringLiteral("停用 0条记录 ！"));
     const auto oneStopped = as("demo", {"stop", idOf("FR100"), idOf("BK200", true), "--json"});
     EXPECT_EQ(oneStopped.status, 0) << oneStopped.out.toStdString();
-    EXPECT_EQ(lastJson(oneStopped.out)["changed"].toInt(), 1);
+    EXPECT_EQ(test::lastJson(oneStopped.out)["changed"].toInt(), 1);
     const auto stopped = as("demo", {"list", "--where", "bstopflag=是", "--json"});
-    EXPECT_EQ(lastJson(stopped.out)["rows"].toArray().size(), 2); // with the blue shirt
+    EXPECT_EQ(test::lastJson(stopped.out)["rows"].toArray().size(), 2); // with the blue shirt
 
     for (const char* command : {"lines", "show"}) {
         const auto gone = as("demo", {command, "{nope}", "--json"});
@@ -381,8 +365,8 @@ TEST_P(BomctlTest, ACardIsPrintedToPdfByItsPrintTemplateForThoseWhoMaySeeIt) {
     const auto printed = as("demo", {QStringLiteral("print"), bike, QStringLiteral("--pdf"), pdf,
                                      QStringLiteral("--json")});
     ASSERT_EQ(printed.status, 0) << printed.err.toStdString();
-    EXPECT_EQ(lastJson(printed.out).value("template").toInt(), 2); // the card's print default
-    EXPECT_GE(lastJson(printed.out).value("pages").toInt(), 1);
+    EXPECT_EQ(test::lastJson(printed.out).value("template").toInt(), 2); // the card's print default
+    EXPECT_GE(test::lastJson(printed.out).value("pages").toInt(), 1);
     QFile file(pdf);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_TRUE(file.read(5).startsWith("%PDF"));

@@ -1,5 +1,5 @@
 #include "db/Database.h"
-#include "support/TestAccount.h"
+#include "support/BomctlDemoTest.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -14,35 +14,19 @@ namespace {
 
 const QString kChanged = QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！");
 
-QJsonObject lastJson(const QString& out) {
-    const QStringList lines = out.trimmed().split('\n');
-    return QJsonDocument::fromJson(lines.last().toUtf8()).object();
-}
-
 } // namespace
 
 // bomctl's card commands as a script meets them: the checks the card runs, what a file means,
 // the authorisation gate and concurrent clients.
-class CardFileTest : public test::BackendTest {
+class CardFileTest : public test::BomctlDemoTest {
 protected:
     void SetUp() override {
-        BackendTest::SetUp();
-        const auto init =
-            test::runProgram(QStringLiteral(BOMCTL_PATH),
-                             {QStringLiteral("init"), account->url(), QStringLiteral("--demo")});
-        ASSERT_EQ(init.status, 0) << init.err.toStdString();
+        BomctlDemoTest::SetUp();
         db = db::Database::open(account->url());
     }
     void TearDown() override {
         db.reset();
-        BackendTest::TearDown();
-    }
-    QStringList withAccount(const char* user, QStringList args) const {
-        return args << QStringLiteral("--db") << account->url() << QStringLiteral("--user")
-                    << QLatin1String(user);
-    }
-    test::ProcessResult as(const char* user, const QStringList& args) {
-        return test::runProgram(QStringLiteral(BOMCTL_PATH), withAccount(user, args));
+        BomctlDemoTest::TearDown();
     }
     QString idOf(const char* parent, const char* free1 = "") {
         return db
@@ -54,7 +38,7 @@ protected:
     QJsonObject show(const QString& id) {
         const auto shown = as("demo", {QStringLiteral("show"), id, QStringLiteral("--json")});
         EXPECT_EQ(shown.status, 0) << shown.err.toStdString();
-        return lastJson(shown.out).value("card").toObject();
+        return test::lastJson(shown.out).value("card").toObject();
     }
     QString write(const QJsonObject& card, const QString& name = QStringLiteral("card.json")) {
         const QString path = dir.filePath(name);
