@@ -4,6 +4,10 @@
 
 class QAbstractFileIconProvider;
 
+namespace bom::entry {
+class Session;
+}
+
 namespace bom::list {
 
 // Every file dialog of the module. A file dialog lists folders, and the account's folder may be
@@ -20,6 +24,13 @@ public:
     // Asks where to save; "" when cancelled. `selectedFilter` gets the chosen name filter.
     static QString saveFileName(QWidget* parent, const QString& caption, const QString& file,
                                 const QStringList& nameFilters, QString* selectedFilter = nullptr);
+
+    // Asks where to write a file the module puts out, starting in the folder this operator last
+    // wrote to on this account (else the documents). The account's own database files are
+    // refused with a message. "" when cancelled or refused.
+    static QString outputFileName(QWidget* parent, entry::Session& session, const QString& caption,
+                                  const QString& name, const QStringList& nameFilters,
+                                  QString* selectedFilter = nullptr);
 
     // The icon provider that never opens a file.
     static QAbstractFileIconProvider* nameOnlyIcons();

@@ -8,6 +8,7 @@
 
 #include <QHash>
 #include <QMainWindow>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -84,8 +85,13 @@ public:
     void help() override;
     void close() override;
 
+    // The windows the list's commands open (the card, the batch and colour/size editors);
+    // until set, handing over says the window is still to come.
+    void setHandover(std::unique_ptr<ListHandover> handover);
     // Runs one command key, as a toolbar button or a shortcut does.
     void dispatch(const QString& key);
+    // Shows the BOM of a parent row in the card, then reloads the list (a double-click).
+    void browse(int row);
     // Sets the current BOM (a row of the parent list) and shows its lines.
     void setCurrentParentRow(int row);
     const db::SqlCondition& filterCondition() const { return filter_; }
@@ -126,9 +132,6 @@ private:
     std::unique_ptr<QSettings> settings() const;
     void restoreLayout();
     void saveLayout();
-    QString accountPath() const;
-    bool isAccountFile(const QString& path) const;
-    QString exportFolder() const;
     QString chooseOutput(const QString& caption, const QString& name, const QStringList& filters,
                          QString* filter);
     bool writePdf(const QString& path, const std::vector<ListRow>& boms);
@@ -141,7 +144,7 @@ private:
     std::vector<ListRow> bomsToPrint();
 
     entry::Session& session_;
-    PendingWindowsHandover handover_;
+    std::unique_ptr<ListHandover> handover_;
     std::unique_ptr<BomListCommands> commands_;
     entry::DisplayTerms terms_;
     // The parent list reads its pages through its own connection: the view asks for them at any
@@ -182,9 +185,21 @@ private:
 
 class ProductListWindowFactory : public entry::ListWindowFactory {
 public:
+    // Makes the hand-over of each window made; none: the windows still to come say so.
+    using HandoverMaker =
+        std::function<std::unique_ptr<ListHandover>(entry::Session&, ProductListWindow&)>;
+    explicit ProductListWindowFactory(HandoverMaker handover = {})
+        : handover_(std::move(handover)) {}
+
     entry::ListWindowHandle* create(entry::Session& session) override {
-        return new ProductListWindow(session);
+        auto* window = new ProductListWindow(session);
+        if (handover_)
+            window->setHandover(handover_(session, *window));
+        return window;
     }
+
+private:
+    HandoverMaker handover_;
 };
 
 } // namespace bom::list
