@@ -5,7 +5,9 @@
 #include "list/BomList.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <cstdio>
+#include <memory>
 
 using namespace bom::app;
 
@@ -13,7 +15,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (auto group : {bomCommands, cardCommands, listCommands})
+    for (auto group : {bomCommands, cardCommands, listCommands, printCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -37,6 +39,7 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  show: card, or xml with --format xml    save: iautoid, qzts (refused: result)");
     std::puts("  validate: cycle_path when a cycle was found    card-delete: iautoid");
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
+    std::puts("  print: pdf, pages, template");
 }
 
 // Global options that take a value, and those that do not.
@@ -69,30 +72,46 @@ void moveLeadingOptions(QStringList& words) {
         words = QStringList{words.first()} + leading + words.mid(1);
 }
 
+const Command* find(const std::vector<Command>& commands, const QString& name) {
+    for (const Command& command : commands)
+        if (name == QLatin1String(command.name))
+            return &command;
+    return nullptr;
+}
+
+// Commands that render need fonts and paint devices; without a display they render offscreen.
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, bool gui) {
+    if (!gui)
+        return std::make_unique<QCoreApplication>(argc, argv);
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    return std::make_unique<QGuiApplication>(argc, argv);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("bomctl"));
-    QStringList words = app.arguments().mid(1);
+    QStringList words;
+    for (int i = 1; i < argc; ++i)
+        words << QString::fromLocal8Bit(argv[i]);
     moveLeadingOptions(words);
     const auto commands = allCommands();
+    const Command* found = find(commands, words.value(0));
+    const auto app = makeApplication(argc, argv, found && found->needsGui);
+    QCoreApplication::setApplicationName(QStringLiteral("bomctl"));
     if (words.isEmpty() || words.first() == QLatin1String("help") ||
         words.first() == QLatin1String("--help")) {
         printHelp(commands);
         return words.isEmpty() ? ExitUsage : ExitOk;
     }
     const QString name = words.takeFirst();
-    for (const Command& command : commands)
-        if (name == QLatin1String(command.name)) {
-            CtlContext ctx(name, CtlArgs(words));
-            try {
-                return command.run(ctx);
-            } catch (const bom::db::DbError& e) {
-                // A command that did not expect the failure still ends with its status.
-                return ctx.fail(ExitDatabase, e.message());
-            }
-        }
     CtlContext ctx(name, CtlArgs(words));
-    return ctx.usage(QStringLiteral("未知命令：%1").arg(name));
+    if (!found)
+        return ctx.usage(QStringLiteral("未知命令：%1").arg(name));
+    try {
+        return found->run(ctx);
+    } catch (const bom::db::DbError& e) {
+        // A command that did not expect the failure still ends with its status.
+        return ctx.fail(ExitDatabase, e.message());
+    }
 }

@@ -37,6 +37,8 @@ public:
     virtual void DelLine(int row) = 0;
     virtual int currentRow() const = 0; // -1 with no current line
     virtual void setCurrentRow(int row) = 0;
+    // A line without a component whose visible cells are all empty: the save drops it.
+    bool isBlankLine(int row) const;
 
     // A new empty card of the current template.
     virtual void AddNew() = 0;

@@ -25,6 +25,13 @@ QString Keyset::orderBy() const {
     return QStringLiteral(" order by ") + parts.join(',');
 }
 
+Keyset Keyset::reversed() const {
+    std::vector<Key> keys = keys_;
+    for (Key& key : keys)
+        key.descending = !key.descending;
+    return Keyset(std::move(keys));
+}
+
 SqlCondition Keyset::after(const QVariantList& lastKey) const {
     if (lastKey.isEmpty())
         return {};

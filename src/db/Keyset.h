@@ -31,6 +31,9 @@ public:
     // " and (…)" for the rows after `lastKey`; empty for the first page.
     SqlCondition after(const QVariantList& lastKey) const;
     static QString keyColumn(int index) { return QStringLiteral("keyset_%1").arg(index); }
+    // The same order read backwards: its after() gives the rows before a key, nearest first,
+    // and its first page is the last rows.
+    Keyset reversed() const;
 
 private:
     QString expression(const Key& key) const;

@@ -28,6 +28,14 @@ std::optional<double> ToNumber(const QVariant& value) {
     return number;
 }
 
+bool SameValue(const QVariant& a, const QVariant& b) {
+    const auto x = ToNumber(a);
+    const auto y = ToNumber(b);
+    if (x && y)
+        return *x == *y;
+    return a.toString().trimmed() == b.toString().trimmed();
+}
+
 QString CheckLineNumber(const QString& field, const QVariant& value) {
     struct Rule {
         const char* field;

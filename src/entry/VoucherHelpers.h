@@ -20,6 +20,9 @@ namespace VoucherHelpers {
 bool TextToBool(const QVariant& value);
 // A finite number, from a number or its text; nothing for blank text, words, NaN or infinity.
 std::optional<double> ToNumber(const QVariant& value);
+// Two cell values as an operator reads them: equal numbers when both are numbers ("2" and 2.0),
+// else the same text but for blanks around it.
+bool SameValue(const QVariant& a, const QVariant& b);
 // The entry rule of a numeric component-line cell (numerator, denominator, waste rate, pieces,
 // conversion rate, standard price): the refusal, or empty when the value passes or the field
 // has no such rule.

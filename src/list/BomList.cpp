@@ -121,6 +121,16 @@ db::SqlCondition BomList::ParentPages::page(const QVariantList& lastKey, int lim
            db::sqlText(keyset_.orderBy() + QStringLiteral(" limit %1").arg(limit));
 }
 
+db::SqlCondition BomList::ParentPages::pageBefore(const QVariantList& firstKey, int limit) const {
+    const db::Keyset backwards = keyset_.reversed();
+    return head_ + backwards.after(firstKey) +
+           db::sqlText(backwards.orderBy() + QStringLiteral(" limit %1").arg(limit));
+}
+
+db::SqlCondition BomList::ParentPages::row(const QString& headerId) const {
+    return head_ + db::SqlCondition{QStringLiteral(" and iautoid=? limit 1"), {headerId}};
+}
+
 db::SqlCondition BomList::parentPage(const db::SqlCondition& filter, const QVariantList& lastKey,
                                      int limit) const {
     return parentPages(filter).page(lastKey, limit);

@@ -51,6 +51,10 @@ public:
     class ParentPages {
     public:
         db::SqlCondition page(const QVariantList& lastKey, int limit) const;
+        // At most `limit` rows before `firstKey`, nearest first; the last rows for an empty key.
+        db::SqlCondition pageBefore(const QVariantList& firstKey, int limit) const;
+        // The row of BOM `headerId` when the list holds it, with its keyset columns.
+        db::SqlCondition row(const QString& headerId) const;
         // Keyset columns at the end of each page row (named db::Keyset::keyColumn(i)).
         int keyCount() const { return int(keyset_.keys().size()); }
         // The column settings the pages were made with.

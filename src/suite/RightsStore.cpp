@@ -8,13 +8,22 @@ namespace {
 struct KindInfo {
     const char* kind;
     const char* table;
-    const char* codeColumn; // the code the rights list holds
+    const char* codeColumn;   // the code the rights list holds
+    bool row;                 // restricts which rows of the table an operator sees
+    RightsStore::Scope unset; // the scope of an operator without a scope row
 };
 
+using Scope = RightsStore::Scope;
+
+// Voucher templates ("DJMB") are no row kind: they decide which card layouts an operator may
+// choose, never which BOMs he sees; an operator never restricted may use every template.
 const KindInfo kKinds[] = {
-    {"inventory", "Inventory", "cInvCode"},    {"department", "Department", "cDepCode"},
-    {"person", "Person", "cPersonCode"},       {"warehouse", "Warehouse", "cWhCode"},
-    {"function", "sys_function", "cfunccode"},
+    {"inventory", "Inventory", "cInvCode", true, Scope::All},
+    {"department", "Department", "cDepCode", true, Scope::All},
+    {"person", "Person", "cPersonCode", true, Scope::All},
+    {"warehouse", "Warehouse", "cWhCode", true, Scope::All},
+    {"function", "sys_function", "cfunccode", false, Scope::None},
+    {"template", "VoucherTemplates", "VT_id", false, Scope::All},
 };
 
 const KindInfo* infoOf(const QString& kind) {
@@ -34,6 +43,11 @@ const QStringList& RightsStore::kinds() {
         return names;
     }();
     return all;
+}
+
+bool RightsStore::isRowKind(const QString& kind) {
+    const KindInfo* info = infoOf(kind);
+    return info && info->row;
 }
 
 QString RightsStore::tableOf(const QString& kind) {
@@ -72,7 +86,8 @@ RightsStore::Scope RightsStore::scope(const QString& userId, const QString& kind
         return Scope::None;
     if (stored == QLatin1String("all"))
         return Scope::All;
-    return isRowKind(kind) ? Scope::All : Scope::None;
+    const KindInfo* info = infoOf(kind);
+    return info ? info->unset : Scope::None;
 }
 
 QStringList RightsStore::codes(const QString& userId, const QString& kind) {

@@ -11,10 +11,10 @@ class Database;
 
 namespace bom::suite {
 
-// Operators' rights, by kind: row rights on inventory, department, person and warehouse, and
-// function rights (function and task codes). Each operator and kind has a scope; a List scope
-// allows exactly the codes granted. An operator without a scope row is unrestricted for row
-// kinds and has no function right.
+// Operators' rights, by kind: row rights on inventory, department, person and warehouse,
+// function rights (function and task codes) and the voucher templates he may use. Each operator
+// and kind has a scope; a List scope allows exactly the codes granted. An operator without a
+// scope row is unrestricted for row kinds and templates and has no function right.
 class RightsStore {
 public:
     enum class Scope { All, None, List };
@@ -22,7 +22,7 @@ public:
     explicit RightsStore(db::Database& db) : db_(db) {}
 
     static const QStringList& kinds();
-    static bool isRowKind(const QString& kind) { return kind != QLatin1String("function"); }
+    static bool isRowKind(const QString& kind);
     // The master table whose codes a row kind restricts ("Inventory" …), empty for functions.
     static QString tableOf(const QString& kind);
     static std::optional<QString> kindOfTable(const QString& table);

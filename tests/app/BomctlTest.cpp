@@ -1,6 +1,7 @@
 #include "suite/ColumnSettings.h"
 #include "support/TestAccount.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -371,6 +372,32 @@ TEST_P(BomctlTest, ScriptsGetFixedColumnsAndExitStatusesWhereverTheOptionsStand)
         EXPECT_EQ(gone.status, 1) << command;
         EXPECT_EQ(messages(gone.out), QStringList{QStringLiteral("当前选中的母件已被删除！")});
     }
+}
+
+TEST_P(BomctlTest, ACardIsPrintedToPdfByItsPrintTemplateForThoseWhoMaySeeIt) {
+    QTemporaryDir dir;
+    const QString pdf = dir.filePath(QStringLiteral("bk100.pdf"));
+    const QString bike = QStringLiteral("{BDAD2A5E-EE29-5A09-AADB-050369217BC0}");
+    const auto printed = as("demo", {QStringLiteral("print"), bike, QStringLiteral("--pdf"), pdf,
+                                     QStringLiteral("--json")});
+    ASSERT_EQ(printed.status, 0) << printed.err.toStdString();
+    EXPECT_EQ(lastJson(printed.out).value("template").toInt(), 2); // the card's print default
+    EXPECT_GE(lastJson(printed.out).value("pages").toInt(), 1);
+    QFile file(pdf);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(file.read(5).startsWith("%PDF"));
+
+    // A display template is no print template; a BOM the operator's rights hide is gone.
+    EXPECT_EQ(as("demo", {QStringLiteral("print"), bike, QStringLiteral("--pdf"), pdf,
+                          QStringLiteral("--template"), QStringLiteral("1")})
+                  .status,
+              1);
+    const auto hidden =
+        as("wang", {QStringLiteral("print"), bike, QStringLiteral("--pdf"),
+                    dir.filePath(QStringLiteral("hidden.pdf")), QStringLiteral("--json")});
+    EXPECT_EQ(hidden.status, 1);
+    EXPECT_EQ(messages(hidden.out), QStringList{QStringLiteral("当前选中的母件已被删除！")});
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("hidden.pdf"))));
 }
 
 BOM_INSTANTIATE_BACKENDS(BomctlTest);

@@ -73,14 +73,6 @@ bool passesCardChecks(CtlContext& ctx, const BomCard& card, int mode) {
     return false;
 }
 
-bool sameValue(const QVariant& a, const QVariant& b) {
-    const auto x = entry::VoucherHelpers::ToNumber(a);
-    const auto y = entry::VoucherHelpers::ToNumber(b);
-    if (x && y)
-        return *x == *y;
-    return a.toString().trimmed() == b.toString().trimmed();
-}
-
 bool marksItsEdits(const BomCard& card) {
     for (int row : card.lines.allRows())
         if (!card.lines.editprop(row).isEmpty())
@@ -116,8 +108,8 @@ bool markAgainstStored(CtlContext& ctx, BomCard& card) {
         storedRow.erase(found);
         for (const auto& column : card.lines.columns())
             if (column.name != QLatin1String("editprop") && stored->lines.hasColumn(column.name) &&
-                !sameValue(card.lines.value(row, column.name),
-                           stored->lines.value(before, column.name))) {
+                !entry::VoucherHelpers::SameValue(card.lines.value(row, column.name),
+                                                  stored->lines.value(before, column.name))) {
                 card.lines.setEditprop(row, QStringLiteral("M"));
                 break;
             }

@@ -11,6 +11,7 @@ struct Command {
     const char* name;
     const char* usage;
     int (*run)(CtlContext&);
+    bool needsGui = false; // renders with QtGui (fonts, PDF): runs in a QGuiApplication
 };
 
 // Every command group registers its commands here.
@@ -18,5 +19,6 @@ std::vector<Command> accountCommands();
 std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
 std::vector<Command> listCommands();
+std::vector<Command> printCommands();
 
 } // namespace bom::app
