@@ -31,6 +31,7 @@ run() {
 run "$bin/save_bench" "$url"
 run "$bin/validate_bench" "$url"
 run "$bin/cycle_bench" "$url"
+run "$bin/tree_bench" "$url"
 run "$bin/list_auth_bench" "$url" 100000
 run "$bin/list_auth_bench" "$url" 300000
 QT_QPA_PLATFORM=offscreen run "$bin/list_open_bench" "$url"

@@ -15,7 +15,7 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (auto group : {bomCommands, cardCommands, listCommands, printCommands})
+    for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, printCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -40,6 +40,9 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  validate: cycle_path when a cycle was found    card-delete: iautoid");
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
     std::puts("  print: pdf, pages, template");
+    std::puts("  copy: iautoid (the copy asked for), created (every copy, top first)");
+    std::puts("  history: rows (time, user, kind, field, old, new, line; newest first)");
+    std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
 }
 
 // Global options that take a value, and those that do not.

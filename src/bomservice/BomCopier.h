@@ -1,15 +1,23 @@
 #pragma once
 
+#include "RowSet.h"
+
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <functional>
 #include <optional>
 
+namespace bom::db {
+class DbError;
+}
 namespace bom::entry {
 class Session;
 }
 
 namespace bom::bomservice {
+
+struct VoucherTemplate;
 
 // Copies of a stored BOM under a new sales-order (version) code. Copies are unapproved, not
 // the default-cost BOM, and carry their substitutes. Refusals are shown through the Prompter.
@@ -39,6 +47,14 @@ public:
     std::function<void(const QString& newId)> afterEachCopy;
 
 private:
+    // The stored card as a new card under `soCode`: unapproved, not the default cost BOM, every
+    // line added and bringing its substitutes; lines whose sub-BOM is in `copied` take the new
+    // code too, so that they name its copy. Empty when the BOM is gone or hidden (said so).
+    std::optional<BomCard> copyOf(const VoucherTemplate& voucher, const QString& headerId,
+                                  const QString& soCode, const QSet<QString>& copied);
+    bool save(BomCard& card);
+    std::optional<Result> failed(const db::DbError& error);
+
     entry::Session& session_;
 };
 

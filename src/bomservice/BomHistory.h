@@ -27,6 +27,9 @@ public:
     static constexpr const char* kLineChanged = "line-change"; // a line's field changed
     static constexpr const char* kDeleted = "delete";          // the BOM deleted (one entry)
 
+    // Values as stored (flags as their numbers). A new BOM's entry carries its parent code as
+    // the new value, a deleted one's as the old; an added line its component as the new value,
+    // a removed one as the old.
     struct Change {
         QString kind;
         QString field; // lower case; empty for create, line-add, line-remove, delete

@@ -2,6 +2,7 @@
 
 #include "BomAccess.h"
 #include "BomCardLoader.h"
+#include "BomHistory.h"
 #include "BomValidator.h"
 #include "RowWriter.h"
 #include "ServiceTexts.h"
@@ -121,14 +122,19 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
         return false;
     }
     const QString parent = card.header.text(0, QStringLiteral("cpspcode"));
+    QString headerId = card.header.text(0, QStringLiteral("iautoid"));
+    // The BOM as it was, for its history: read after the claim, it is the version replaced.
+    BomHistory history(db);
+    const std::optional<BomCard> stored =
+        mode == 1 ? history.readStored(headerId) : std::optional<BomCard>();
+    if (mode == 1 && !stored) {
+        errorText = kChangedMeanwhile;
+        return false;
+    }
     // A modification may move the BOM to another parent: both parents' totals change.
     QStringList parents{parent};
-    QString headerId = card.header.text(0, QStringLiteral("iautoid"));
-    if (mode == 1)
-        parents << db.scalar(
-                         QStringLiteral("select cpspcode from productstructure where iautoid=?"),
-                         {headerId})
-                       .toString();
+    if (stored)
+        parents << stored->header.text(0, QStringLiteral("cpspcode"));
     deleteLines(card, headerId);
     if (card.header.text(0, QStringLiteral("bmrcbbom")) == QStringLiteral("是"))
         db.exec(QStringLiteral("update productstructure set bmrcbbom=0 where cpspcode=?"),
@@ -164,6 +170,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
                            "productstructures where ipid=? and replaceflag=0)"),
             {headerId});
+    history.record(headerId, session_.gUserId, BomHistory::diff(stored, card));
     entry::BomVisibility(db).RefreshBoms({headerId});
     db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
                            "cname='bStruChange'"));

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "db/Rows.h"
+#include "db/SqlCondition.h"
+
 #include <QString>
+#include <QStringList>
 #include <vector>
 
 namespace bom::entry {
@@ -28,8 +32,25 @@ public:
 
     // Empty when the BOM is gone or hidden. Throws db::DbError.
     std::vector<BomTreeNode> InitTreeByCode(const QString& headerId);
+    // The BOM and every BOM below it that the operator may see, each once, level by level
+    // (the BOM first). Empty when the BOM is gone or hidden. Throws db::DbError.
+    QStringList reachableBoms(const QString& headerId);
 
 private:
+    struct Link {
+        QString parentId;
+        BomTreeNode child;
+    };
+    // Appended to a WHERE over ProductStructure h: the operator's list shows the BOM.
+    db::SqlCondition visibleOnly() const;
+    db::Rows root(const QString& headerId) const;
+    // The visible BOMs the lines of these BOMs name, in line order per parent.
+    std::vector<Link> childrenOf(const QStringList& parentIds) const;
+    static bool isOnPath(const std::vector<BomTreeNode>& built, int node, const QString& id);
+    // Display order of the nodes built level by level, parents as output indices.
+    static std::vector<BomTreeNode> preOrder(const std::vector<BomTreeNode>& built,
+                                             const std::vector<std::vector<int>>& children);
+
     entry::Session& session_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QVariant>
 #include <vector>
 
 namespace bom::entry {
@@ -22,6 +23,8 @@ public:
 
     explicit CardAttachments(entry::Session& session) : session_(session) {}
 
+    // A BOM that is gone or hidden from the operator has no files, takes none (add answers 0),
+    // and its files are neither read nor removed.
     std::vector<File> list(const QString& headerId);
     int count(const QString& headerId);
     qlonglong add(const QString& headerId, const QString& fileName, const QByteArray& content);
@@ -29,6 +32,9 @@ public:
     bool remove(qlonglong id); // false when it was gone
 
 private:
+    QVariant voucherIdOf(const QString& headerId); // null when gone or hidden
+    bool mayTouchFile(qlonglong id);
+
     entry::Session& session_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "BomAccess.h"
 #include "BomCardLoader.h"
+#include "BomHistory.h"
 #include "BomSaver.h"
 #include "BomValidator.h"
 #include "ServiceTexts.h"
@@ -112,6 +113,8 @@ bool BomGuards::RemoveStoredBom(const QString& headerId) {
             {QLatin1String(kCardNumber), header.value(0, "ID")});
     BomSaver(session_).SaveQuantityTotals({header.text(0, "cpspcode")});
     entry::BomVisibility(db).RefreshBoms({headerId});
+    BomHistory(db).record(headerId, session_.gUserId,
+                          {{BomHistory::kDeleted, {}, header.text(0, "cpspcode"), {}, {}}});
     return true;
 }
 

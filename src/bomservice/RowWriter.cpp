@@ -12,10 +12,8 @@
 #include <cmath>
 
 namespace bom::bomservice {
-namespace {
 
-// Columns the database keeps by itself: keys, links the save sets separately, row versions.
-bool writtenBySomethingElse(const QString& column, bool isBody) {
+bool RowWriter::WrittenBySomethingElse(const QString& column, bool isBody) {
     const QString upper = column.toUpper();
     if (upper == QLatin1String("PUBQZTS") || upper == QLatin1String("AUTOID") ||
         upper == QLatin1String("QZTS") || upper == QLatin1String("PSID") ||
@@ -24,16 +22,10 @@ bool writtenBySomethingElse(const QString& column, bool isBody) {
     return isBody ? upper == QLatin1String("CHILDGUID") : upper == QLatin1String("ID");
 }
 
+namespace {
+
 bool isDate(QMetaType::Type type) {
     return type == QMetaType::QDate || type == QMetaType::QDateTime;
-}
-
-// Display texts the writer turns into stored numbers itself: any text is acceptable.
-bool isDisplayFlag(const QString& column, QMetaType::Type type) {
-    const QString upper = column.toUpper();
-    return upper == QLatin1String("REPLACEFLAG") || upper == QLatin1String("BSTOPFLAG") ||
-           upper == QLatin1String("BMRCBBOM") || upper == QLatin1String("WIPTYPE") ||
-           (db::isNumericType(type) && upper.startsWith(QLatin1Char('B')));
 }
 
 bool isWholeNumberType(QMetaType::Type type) {
@@ -44,6 +36,20 @@ bool isWholeNumberType(QMetaType::Type type) {
 constexpr int kMaxRowsPerStatement = 200;
 
 } // namespace
+
+std::optional<int> RowWriter::StoredFlag(const QString& column, const QVariant& shown,
+                                         bool numeric) {
+    const QString upper = column.toUpper();
+    const QString text = shown.toString().trimmed();
+    if (upper == QLatin1String("REPLACEFLAG") || upper == QLatin1String("BSTOPFLAG") ||
+        upper == QLatin1String("BMRCBBOM"))
+        return text == QStringLiteral("是") ? 1 : 0;
+    if (upper == QLatin1String("WIPTYPE"))
+        return text == QStringLiteral("入库倒冲") ? 1 : text == QStringLiteral("正常领料") ? 3 : 0;
+    if (numeric && upper.startsWith(QLatin1Char('B'))) // other flags, shown as "是"/"否"
+        return entry::VoucherHelpers::TextToBool(shown) ? 1 : 0;
+    return std::nullopt;
+}
 
 const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
     const QString key = table.toLower() + (isBody ? QStringLiteral("/B") : QStringLiteral("/T"));
@@ -76,20 +82,14 @@ const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
         c.name = record.fieldName(i);
         c.lower = c.name.toLower();
         c.type = QMetaType::Type(record.field(i).metaType().id());
-        const QString upper = c.name.toUpper();
         const bool numeric = db::isNumericType(c.type);
-        if (writtenBySomethingElse(c.name, isBody))
+        if (WrittenBySomethingElse(c.name, isBody))
             c.kind = Kind::Skip;
         else if (!isBody && c.lower == QLatin1String("iautoid"))
             c.kind = Kind::HeaderKey;
         else if (systemFields.contains(c.lower))
             c.kind = Kind::System;
-        else if (upper == QLatin1String("REPLACEFLAG") || upper == QLatin1String("BSTOPFLAG") ||
-                 upper == QLatin1String("BMRCBBOM"))
-            c.kind = Kind::YesNo;
-        else if (upper == QLatin1String("WIPTYPE"))
-            c.kind = Kind::WipType;
-        else if (numeric && upper.startsWith(QLatin1Char('B')))
+        else if (StoredFlag(c.name, {}, numeric))
             c.kind = Kind::Flag;
         else if (numeric)
             c.kind = Kind::Number;
@@ -99,7 +99,8 @@ const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
         c.entryRule =
             isBody &&
             !entry::VoucherHelpers::CheckLineNumber(c.lower, QStringLiteral("x")).isEmpty();
-        c.displayFlag = isDisplayFlag(c.name, c.type);
+        // Words the writer turns into stored numbers itself: any text is acceptable.
+        c.displayFlag = StoredFlag(c.name, {}, numeric).has_value();
         c.wholeNumber = isWholeNumberType(c.type);
         c.limit = textLimits.value(c.lower, 0);
         const QString caption = captions.value(c.lower);
@@ -118,17 +119,9 @@ std::vector<int> RowWriter::cellsOf(const Table& t, const RowSet& rows) {
 }
 
 QVariant RowWriter::storedValue(const Column& c, const QVariant& shown) const {
+    if (c.kind == Kind::Flag)
+        return *StoredFlag(c.name, shown, true);
     const QString text = shown.toString().trimmed();
-    switch (c.kind) {
-    case Kind::YesNo:
-        return text == QStringLiteral("是") ? 1 : 0;
-    case Kind::WipType:
-        return text == QStringLiteral("入库倒冲") ? 1 : text == QStringLiteral("正常领料") ? 3 : 0;
-    case Kind::Flag:
-        return entry::VoucherHelpers::TextToBool(shown) ? 1 : 0; // flags shown as "是"/"否"
-    default:
-        break;
-    }
     if (shown.isNull() || text.isEmpty())
         return {};
     if (c.kind == Kind::Number) {

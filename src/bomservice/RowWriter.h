@@ -7,6 +7,7 @@
 #include <QSqlRecord>
 #include <QString>
 #include <QVariant>
+#include <optional>
 #include <vector>
 
 namespace bom::suite {
@@ -51,9 +52,16 @@ public:
     QString CheckRows(const QString& table, const RowSet& rows, const std::vector<int>& which,
                       bool isBody, int* failedRow = nullptr);
 
+    // Columns the database keeps by itself: keys, links the save sets separately, row versions.
+    static bool WrittenBySomethingElse(const QString& column, bool isBody);
+    // The number stored for a flag the card shows as a word ("是"/"否", the supply type's
+    // names); nothing when the column is no such flag. `numeric`: the column holds numbers.
+    static std::optional<int> StoredFlag(const QString& column, const QVariant& shown,
+                                         bool numeric);
+
 private:
     // How a column's display value becomes the stored one.
-    enum class Kind { Skip, HeaderKey, System, YesNo, WipType, Flag, Number, Date, Text };
+    enum class Kind { Skip, HeaderKey, System, Flag, Number, Date, Text };
     struct Column {
         QString name; // as the table spells it
         QString lower;

@@ -18,6 +18,7 @@ struct Command {
 std::vector<Command> accountCommands();
 std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
+std::vector<Command> cardToolCommands();
 std::vector<Command> listCommands();
 std::vector<Command> printCommands();
 

@@ -1,0 +1,177 @@
+#include "BomHistory.h"
+
+#include "RowWriter.h"
+#include "db/Database.h"
+#include "db/DbError.h"
+#include "db/ValueTypes.h"
+#include "entry/VoucherHelpers.h"
+
+#include <QHash>
+#include <algorithm>
+
+namespace bom::bomservice {
+namespace {
+
+const QString kTimeFormat = QStringLiteral("yyyy-MM-dd HH:mm:ss");
+
+// Keys, row versions and what the save copies or links by itself are never an operator's edit;
+// a line's parent code and header key follow the header.
+bool isBookkeeping(const QString& column, bool isLine) {
+    if (RowWriter::WrittenBySomethingElse(column, isLine))
+        return true;
+    if (isLine)
+        return column == QLatin1String("ipid") || column == QLatin1String("cpspcode");
+    return column == QLatin1String("iautoid");
+}
+
+bool holdsNumbers(const RowSetColumn& column, const QVariant& stored) {
+    if (!stored.isNull())
+        return db::isNumericType(stored.typeId());
+    return column.type != QLatin1String("string") && column.type != QLatin1String("dateTime");
+}
+
+bool isBlank(const QVariant& value) {
+    return value.isNull() || value.toString().trimmed().isEmpty();
+}
+
+// The card's value as the save stores it: flags shown as words become their numbers.
+QVariant storedForm(const QString& column, const QVariant& shown, bool numeric) {
+    if (const auto flag = RowWriter::StoredFlag(column, shown, numeric))
+        return *flag;
+    return shown;
+}
+
+bool sameValue(const QVariant& stored, const QVariant& saved, bool numeric) {
+    if (isBlank(stored) || isBlank(saved))
+        return isBlank(stored) && isBlank(saved);
+    if (numeric) { // 1 and 1.0 are one number
+        const auto a = entry::VoucherHelpers::ToNumber(stored);
+        const auto b = entry::VoucherHelpers::ToNumber(saved);
+        if (a && b)
+            return *a == *b;
+    }
+    return stored.toString() == saved.toString();
+}
+
+QString valueText(const QVariant& value, bool numeric) {
+    if (isBlank(value))
+        return {};
+    if (numeric)
+        if (const auto number = entry::VoucherHelpers::ToNumber(value))
+            return QString::number(*number, 'g', 15);
+    return value.toString();
+}
+
+// The fields of one saved row that differ from the stored row; cells the card does not carry
+// (null) are left as stored by the save, so they are no change either.
+void compareRow(const RowSet& stored, int storedRow, const RowSet& saved, int savedRow,
+                const QString& kind, const QString& line, std::vector<BomHistory::Change>& out) {
+    const bool isLine = !line.isEmpty();
+    for (const RowSetColumn& column : stored.columns()) {
+        if (isBookkeeping(column.name, isLine))
+            continue;
+        const QVariant shown = saved.value(savedRow, column.name);
+        if (shown.isNull())
+            continue;
+        const QVariant before = stored.value(storedRow, column.name);
+        const bool numeric = holdsNumbers(column, before);
+        const QVariant after = storedForm(column.name, shown, numeric);
+        if (!sameValue(before, after, numeric))
+            out.push_back(
+                {kind, column.name, valueText(before, numeric), valueText(after, numeric), line});
+    }
+}
+
+QDateTime timeOf(const QVariant& value) {
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime();
+    return QDateTime::fromString(value.toString(), kTimeFormat);
+}
+
+} // namespace
+
+std::vector<BomHistory::Change> BomHistory::diff(const std::optional<BomCard>& stored,
+                                                 const BomCard& saved) {
+    const QString parent = saved.header.text(0, QStringLiteral("cpspcode"));
+    if (!stored)
+        return {{kCreated, {}, {}, parent, {}}};
+    std::vector<Change> out;
+    compareRow(stored->header, 0, saved.header, 0, kHeader, {}, out);
+    QHash<qlonglong, int> storedLine;
+    for (int row : stored->lines.allRows())
+        storedLine.insert(stored->lines.value(row, QStringLiteral("autoid")).toLongLong(), row);
+    for (int row : saved.lines.allRows()) {
+        const QVariant autoid = saved.lines.value(row, QStringLiteral("autoid"));
+        const QString line = autoid.toString();
+        const QString prop = saved.lines.editprop(row);
+        const auto before =
+            line.isEmpty() ? storedLine.end() : storedLine.find(autoid.toLongLong());
+        const QString component = saved.lines.text(row, QStringLiteral("cpscode"));
+        if (prop == QLatin1String("D")) {
+            if (before != storedLine.end()) // else added and dropped before any save
+                out.push_back({kLineRemoved, {}, component, {}, line});
+        } else if (prop == QLatin1String("A")) {
+            out.push_back({kLineAdded, {}, {}, component, line});
+        } else if (prop == QLatin1String("M") && before != storedLine.end()) {
+            compareRow(stored->lines, *before, saved.lines, row, kLineChanged, line, out);
+        } // unmarked lines were not written
+    }
+    return out;
+}
+
+std::optional<BomCard> BomHistory::readStored(const QString& headerId) {
+    const db::Rows header =
+        db_.query(QStringLiteral("select * from ProductStructure where iautoid=?"), {headerId});
+    if (header.empty())
+        return std::nullopt;
+    BomCard card;
+    card.header = RowSet::fromRows(header);
+    card.lines = RowSet::fromRows(
+        db_.query(QStringLiteral("select * from ProductStructures where ipid=? order by autoid"),
+                  {headerId}));
+    return card;
+}
+
+void BomHistory::record(const QString& headerId, const QString& userId,
+                        const std::vector<Change>& changes, qlonglong runId) {
+    if (changes.empty())
+        return;
+    if (db_.transactionDepth() == 0) // history only ever joins the write it describes
+        throw db::DbError(QStringLiteral("修改记录只能在保存的事务中写入"));
+    const QString now = QDateTime::currentDateTime().toString(kTimeFormat);
+    const QString tuple = QStringLiteral("(?,?,?,?,?,?,?,?,?)");
+    const std::size_t perStatement =
+        std::size_t(std::max(1, std::min(200, db_.dialect().valuesPerStatement() / 9)));
+    for (std::size_t start = 0; start < changes.size(); start += perStatement) {
+        const std::size_t end = std::min(changes.size(), start + perStatement);
+        QStringList tuples;
+        db::Params values;
+        for (std::size_t i = start; i < end; ++i) {
+            const Change& c = changes[i];
+            tuples << tuple;
+            values << now << userId << headerId << c.line << c.kind << c.field << c.oldValue
+                   << c.newValue << runId;
+        }
+        db_.exec(QStringLiteral("insert into sys_bom_history(dtime, cuserid, iautoid, cline, "
+                                "ckind, cfield, cold, cnew, irunid) values ") +
+                     tuples.join(','),
+                 values);
+    }
+}
+
+std::vector<BomHistory::Entry> BomHistory::read(const QString& headerId) {
+    const db::Rows rows =
+        db_.query(QStringLiteral("select dtime, cuserid, cline, ckind, cfield, cold, cnew from "
+                                 "sys_bom_history where iautoid=? order by id desc"),
+                  {headerId});
+    std::vector<Entry> out;
+    out.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out.push_back({timeOf(rows.value(i, "dtime")),
+                       rows.text(i, "cuserid"),
+                       {rows.text(i, "ckind"), rows.text(i, "cfield"), rows.text(i, "cold"),
+                        rows.text(i, "cnew"), rows.text(i, "cline")}});
+    return out;
+}
+
+} // namespace bom::bomservice
