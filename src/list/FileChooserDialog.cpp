@@ -11,6 +11,7 @@
 #include <QIcon>
 #include <QMimeDatabase>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
 #include <memory>
@@ -168,6 +169,26 @@ QString FileChooserDialog::outputFileName(QWidget* parent, entry::Session& sessi
     }
     outputSettings(session)->setValue(kExportFolder, QFileInfo(path).absolutePath());
     return path;
+}
+
+bool FileChooserDialog::writeOutput(entry::Session& session, const QString& path,
+                                    const std::function<bool(QIODevice&, QString*)>& write) {
+    QSaveFile file(path);
+    QString error;
+    if (!file.open(QIODevice::WriteOnly))
+        error = file.errorString();
+    else if (!write(file, &error)) {
+        file.cancelWriting();
+        if (error.isEmpty())
+            error = file.errorString();
+    } else if (!file.commit())
+        error = file.errorString();
+    if (!error.isEmpty()) {
+        session.ShowInfo(QStringLiteral("文件保存失败：") + error);
+        return false;
+    }
+    session.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
+    return true;
 }
 
 QAbstractFileIconProvider* FileChooserDialog::nameOnlyIcons() {

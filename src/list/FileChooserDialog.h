@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QFileDialog>
+#include <functional>
 
 class QAbstractFileIconProvider;
 
@@ -31,6 +32,11 @@ public:
     static QString outputFileName(QWidget* parent, entry::Session& session, const QString& caption,
                                   const QString& name, const QStringList& nameFilters,
                                   QString* selectedFilter = nullptr);
+
+    // Writes a file the operator chose, whole or not at all, and says where it went or why it
+    // failed. `write` answers false with `error` set when it could not write.
+    static bool writeOutput(entry::Session& session, const QString& path,
+                            const std::function<bool(QIODevice& out, QString* error)>& write);
 
     // The icon provider that never opens a file.
     static QAbstractFileIconProvider* nameOnlyIcons();

@@ -26,7 +26,6 @@
 #include <QPageSetupDialog>
 #include <QPrinter>
 #include <QProgressDialog>
-#include <QSaveFile>
 #include <QScopedValueRollback>
 #include <QSettings>
 #include <QSplitter>
@@ -70,23 +69,6 @@ QHash<QString, int> fromMap(const QVariantMap& map) {
 }
 
 } // namespace
-
-void PendingWindowsHandover::pending() {
-    session_.ShowInfo(QStringLiteral("该功能将在后续版本提供。"));
-}
-
-void PendingWindowsHandover::openCard(CardMode, const QString&) {
-    pending();
-}
-
-void PendingWindowsHandover::openBatch(const QString&, const std::vector<ListRow>&,
-                                       const std::vector<ListRow>&) {
-    pending();
-}
-
-void PendingWindowsHandover::openColourSize(const QString&, const ListRow&) {
-    pending();
-}
 
 // Long work: the wait cursor while it lasts, and a progress dialog once many rows are read
 // (ProductListWindow::rowsRead). Scopes nest; the outermost one ends both.
@@ -808,18 +790,9 @@ void ProductListWindow::exportList() {
             session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
         return;
     }
-    QSaveFile file(path);
-    QString error;
-    if (!file.open(QIODevice::WriteOnly))
-        error = file.errorString();
-    else if (!ListPrinter::writeCsv(file, parentModel_->columns(), rows, &error))
-        file.cancelWriting();
-    else if (!file.commit())
-        error = file.errorString();
-    if (!error.isEmpty())
-        session_.ShowInfo(QStringLiteral("文件保存失败：") + error);
-    else
-        session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
+    FileChooserDialog::writeOutput(session_, path, [&](QIODevice& out, QString* error) {
+        return ListPrinter::writeCsv(out, parentModel_->columns(), rows, error);
+    });
 }
 
 void ProductListWindow::help() {

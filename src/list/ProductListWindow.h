@@ -2,6 +2,7 @@
 
 #include "ListFilter.h"
 #include "ListView.h"
+#include "PendingWindowsHandover.h"
 #include "db/SqlCondition.h"
 #include "entry/DisplayTerms.h"
 #include "entry/ListWindowHandle.h"
@@ -32,20 +33,6 @@ namespace bom::list {
 
 class BomListCommands;
 class PagedQueryModel;
-
-// Until the card, batch and colour/size windows exist, handing over to them says so.
-class PendingWindowsHandover : public ListHandover {
-public:
-    explicit PendingWindowsHandover(entry::Session& session) : session_(session) {}
-    void openCard(CardMode mode, const QString& headerId) override;
-    void openBatch(const QString& operation, const std::vector<ListRow>& parents,
-                   const std::vector<ListRow>& lines) override;
-    void openColourSize(const QString& mode, const ListRow& parent) override;
-
-private:
-    void pending();
-    entry::Session& session_;
-};
 
 // The session's main window (FrmProductNew): titled with the account's term for BOMs, with the
 // parent list above the lines of its current BOM. Every toolbar button and shortcut goes to the
