@@ -10,6 +10,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QScopedValueRollback>
+#include <QScrollArea>
+#include <QSplitter>
 #include <QTableView>
 #include <QVBoxLayout>
 
@@ -116,13 +118,21 @@ private:
 VoucherView::VoucherView(CardDocument& document, QWidget* parent)
     : QWidget(parent), document_(document) {
     auto* layout = new QVBoxLayout(this);
-    header_ = new QWidget(this);
+    // A template with many header fields scrolls them, so the lines keep their room.
+    split_ = new QSplitter(Qt::Vertical, this);
+    auto* split = split_;
+    headerArea_ = new QScrollArea(split);
+    headerArea_->setFrameShape(QFrame::NoFrame);
+    headerArea_->setWidgetResizable(true);
+    headerArea_->viewport()->setAutoFillBackground(false);
+    header_ = new QWidget(headerArea_);
     header_->setObjectName(QStringLiteral("header"));
     headerLayout_ = new QGridLayout(header_);
-    layout->addWidget(header_);
+    headerArea_->setWidget(header_);
+    layout->addWidget(split, 1);
 
     model_ = new BodyModel(document_, this);
-    body_ = new QTableView(this);
+    body_ = new QTableView(split);
     body_->setObjectName(QStringLiteral("body"));
     body_->setModel(model_);
     body_->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -130,7 +140,10 @@ VoucherView::VoucherView(CardDocument& document, QWidget* parent)
     body_->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
                            QAbstractItemView::AnyKeyPressed);
     body_->verticalHeader()->setDefaultSectionSize(body_->fontMetrics().height() + 8);
-    layout->addWidget(body_, 1);
+    split->addWidget(headerArea_);
+    split->addWidget(body_);
+    split->setStretchFactor(1, 1);
+    connect(split, &QSplitter::splitterMoved, this, [this] { headerSized_ = true; });
 
     connect(body_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { followCurrentRow(); });
@@ -171,9 +184,25 @@ void VoucherView::rebuild() {
         headerEdits_.insert(field.name, edit);
         ++slot;
     }
+    headerArea_->setMaximumHeight(header_->sizeHint().height() + 2 * headerArea_->frameWidth());
+    fitHeader();
     model_->rebuild();
     body_->setVisible(document_.layout().hasBodyGrid);
     refresh();
+}
+
+void VoucherView::fitHeader() {
+    // The header as tall as its fields, but never more than half the card.
+    const int total = split_->height();
+    if (total <= 0 || headerSized_)
+        return;
+    const int header = std::min(headerArea_->maximumHeight(), total / 2);
+    split_->setSizes({header, total - header});
+}
+
+void VoucherView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    fitHeader();
 }
 
 void VoucherView::refresh() {
@@ -191,8 +220,10 @@ void VoucherView::refresh() {
     model_->refresh();
     const int row = document_.IsAggregateStatus() ? -1 : document_.currentRow();
     if (row >= 0 && row < model_->rowCount()) {
-        if (body_->currentIndex().row() != row)
+        if (body_->currentIndex().row() != row) {
             body_->setCurrentIndex(model_->index(row, std::max(0, body_->currentIndex().column())));
+            body_->scrollTo(body_->currentIndex());
+        }
     } else if (body_->currentIndex().isValid()) {
         body_->setCurrentIndex({});
     }

@@ -6,6 +6,8 @@
 class QGridLayout;
 class QLabel;
 class QLineEdit;
+class QScrollArea;
+class QSplitter;
 class QTableView;
 
 namespace bom::card {
@@ -35,13 +37,19 @@ public:
     QLabel* headerCaption(const QString& field) const { return headerCaptions_.value(field); }
     QTableView* body() const { return body_; }
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     class BodyModel;
 
+    void fitHeader();
     void headerEdited(const QString& field);
     void followCurrentRow();
 
     CardDocument& document_;
+    QSplitter* split_ = nullptr;
+    QScrollArea* headerArea_ = nullptr;
     QWidget* header_ = nullptr;
     QGridLayout* headerLayout_ = nullptr;
     QHash<QString, QLineEdit*> headerEdits_;
@@ -49,6 +57,7 @@ private:
     BodyModel* model_ = nullptr;
     QTableView* body_ = nullptr;
     bool refreshing_ = false;
+    bool headerSized_ = false; // the operator has set the split between header and lines
 };
 
 } // namespace bom::card
