@@ -39,10 +39,10 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  show: card, or xml with --format xml    save: iautoid, qzts (refused: result)");
     std::puts("  validate: cycle_path when a cycle was found    card-delete: iautoid");
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
-    std::puts("  print: pdf, pages, template");
     std::puts("  copy: iautoid (the copy asked for), created (every copy, top first)");
     std::puts("  history: rows (time, user, kind, field, old, new, line; newest first)");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
+    std::puts("  print: pdf, pages, template");
 }
 
 // Global options that take a value, and those that do not.

@@ -25,27 +25,12 @@ QString captionOf(const std::vector<CardField>& fields, const QString& name) {
     return name;
 }
 
-// The component of a line named in a change: on the card as it is, else as it was loaded.
-QString componentOf(const QString& line, const BomCard& current, const BomCard& loaded) {
-    for (const BomCard* card : {&current, &loaded})
-        for (int row = 0; row < card->lines.rowCount(); ++row)
-            if (card->lines.text(row, kAutoid) == line)
-                return card->lines.text(row, QStringLiteral("cpscode"));
+// The component of a line named in a change.
+QString componentOf(const QString& line, const BomCard& card) {
+    for (int row = 0; row < card.lines.rowCount(); ++row)
+        if (card.lines.text(row, kAutoid) == line)
+            return card.lines.text(row, QStringLiteral("cpscode"));
     return line;
-}
-
-// The card about to be compared: deleted lines gone, and lines never saved under a key of
-// their own so that each counts as added.
-BomCard comparable(const BomCard& card) {
-    BomCard out = card;
-    for (int row = out.lines.rowCount() - 1; row >= 0; --row)
-        if (out.lines.editprop(row) == QLatin1String("D"))
-            out.lines.removeRow(row);
-    int fresh = 0;
-    for (int row = 0; row < out.lines.rowCount(); ++row)
-        if (out.lines.text(row, kAutoid).trimmed().isEmpty())
-            out.lines.setValue(row, kAutoid, QStringLiteral("new%1").arg(++fresh));
-    return out;
 }
 
 } // namespace
@@ -194,7 +179,6 @@ void CardDocument::AddNew() {
 
 void CardDocument::setVoucherData(const BomCard& card) {
     card_ = card;
-    loaded_ = card;
     reindex();
     current_ = BodyRows() > 0 ? 0 : -1;
     changed();
@@ -228,28 +212,28 @@ int CardDocument::ProtectUnload2() {
 }
 
 QString CardDocument::getChangeLog() const {
-    const BomCard current = comparable(card_);
-    std::optional<BomCard> before;
-    if (!loaded_.header.text(0, QStringLiteral("iautoid")).trimmed().isEmpty())
-        before = loaded_;
+    // Against the version stored now, which is the one the card was loaded at until it is saved.
+    const QString id = headerText(QStringLiteral("iautoid")).trimmed();
+    const std::optional<BomCard> stored =
+        id.isEmpty() ? std::nullopt : BomHistory(*session_.gConn).readStored(id);
     QStringList out;
-    for (const BomHistory::Change& change : BomHistory::diff(before, current)) {
-        const QString code = componentOf(change.line, current, loaded_);
+    for (const BomHistory::Change& change : BomHistory::diff(stored, card_)) {
         if (change.kind == QLatin1String(BomHistory::kCreated))
-            out << CardTexts::logCreated(current.header.text(0, QStringLiteral("cpspcode")));
+            out << CardTexts::logCreated(change.newValue);
         else if (change.kind == QLatin1String(BomHistory::kDeleted))
             out << CardTexts::logDeleted();
         else if (change.kind == QLatin1String(BomHistory::kHeader))
             out << CardTexts::logHeader(captionOf(layout_.header, change.field), change.oldValue,
                                         change.newValue);
         else if (change.kind == QLatin1String(BomHistory::kLineAdded))
-            out << CardTexts::logLineAdded(code);
+            out << CardTexts::logLineAdded(change.newValue);
         else if (change.kind == QLatin1String(BomHistory::kLineRemoved))
-            out << CardTexts::logLineRemoved(code);
+            out << CardTexts::logLineRemoved(change.oldValue);
         else
             out << CardTexts::logLineChanged(
-                code, CardTexts::logHeader(captionOf(layout_.body, change.field), change.oldValue,
-                                           change.newValue));
+                componentOf(change.line, card_),
+                CardTexts::logHeader(captionOf(layout_.body, change.field), change.oldValue,
+                                     change.newValue));
     }
     return out.join(QLatin1Char('\n'));
 }

@@ -76,7 +76,6 @@ private:
     std::optional<bomservice::VoucherTemplate> template_;
     int templateId_ = 0;
     bomservice::BomCard card_;
-    bomservice::BomCard loaded_; // the card as loaded, for the change log
     int status_ = 0;
     int edit_ = 0;
     int current_ = -1;

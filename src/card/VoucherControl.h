@@ -56,7 +56,8 @@ public:
     // 2 when the card may be left as it is (its entry is complete: required fields filled);
     // anything else has shown its message.
     virtual int ProtectUnload2() = 0;
-    // The changes of this edit against the card as loaded, as text.
+    // The changes of this edit against the card as loaded, as text; read before the save
+    // writes them.
     virtual QString getChangeLog() const = 0;
 };
 

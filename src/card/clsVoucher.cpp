@@ -145,7 +145,7 @@ bool clsVoucher::run(const QString& key, const QString& extra) {
 bool clsVoucher::LoadCard(const QString& headerId) {
     bool done = false;
     try {
-        done = template_ && load(headerId, true);
+        done = load(headerId, true);
     } catch (const db::DbError& e) {
         session_.prompter.info(e.message(), kTitleText, 16);
     }
@@ -154,6 +154,8 @@ bool clsVoucher::LoadCard(const QString& headerId) {
 }
 
 bool clsVoucher::load(const QString& headerId, bool showTree) {
+    if (!template_)
+        return false; // the card has no template: said so when it was read
     const auto card = bomservice::BomCardLoader(session_).LoadBom(*template_, headerId);
     if (!card)
         return false;
@@ -299,6 +301,8 @@ bool clsVoucher::save(const QString&, const QString& extra) {
         session_.prompter.info(noRight, kTitleText, 64);
         return false;
     }
+    // Told before the save writes the changes: afterwards the stored card is the new one.
+    const QString changes = control_.getChangeLog();
     QString result, error;
     if (!bomservice::BomSaver(session_).SaveBom(card, QLatin1String(kCardNumber),
                                                 state.iVoucherState, result, error))
@@ -313,7 +317,7 @@ bool clsVoucher::save(const QString&, const QString& extra) {
     if (!state.sbomid.isEmpty())
         showTreeOf(state.sbomid);
     // The save has recorded the history and raised the structure-changed flag itself.
-    state.lastChangeLog = control_.getChangeLog();
+    state.lastChangeLog = changes;
     control_.setVoucherData(card);
     leaveEdit();
     state.bCheck = false;

@@ -398,6 +398,18 @@ TEST_P(BomctlTest, ACardIsPrintedToPdfByItsPrintTemplateForThoseWhoMaySeeIt) {
     EXPECT_EQ(hidden.status, 1);
     EXPECT_EQ(messages(hidden.out), QStringList{QStringLiteral("当前选中的母件已被删除！")});
     EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("hidden.pdf"))));
+
+    // Printing is a right of its own.
+    ASSERT_EQ(as("demo", {QStringLiteral("rights"), QStringLiteral("grant"), QStringLiteral("wang"),
+                          QStringLiteral("function"), QStringLiteral("ProductStructure"),
+                          QStringLiteral("AS001")})
+                  .status,
+              0);
+    const auto refused = as("wang", {QStringLiteral("print"),
+                                     QStringLiteral("{4CEC3297-B84C-5AAF-B02C-EAE3D62404CD}"),
+                                     QStringLiteral("--pdf"), pdf, QStringLiteral("--json")});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(messages(refused.out), QStringList{QStringLiteral("没有打印或预览权限")});
 }
 
 BOM_INSTANTIATE_BACKENDS(BomctlTest);

@@ -1,14 +1,14 @@
 #include "Commands.h"
 #include "CtlContext.h"
 #include "bomservice/BomAccess.h"
-#include "bomservice/BomCardLoader.h"
+#include "card/CardDocument.h"
 #include "card/CardPrintSettings.h"
 #include "card/CardPrinter.h"
 #include "card/CardTemplates.h"
-#include "card/CardTexts.h"
+#include "card/HeadlessCardForm.h"
+#include "card/ListOrderNavigator.h"
 #include "card/clsVoucher.h"
 #include "entry/Session.h"
-#include "suite/RightsStore.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QPainter>
@@ -94,24 +94,28 @@ int runPrint(CtlContext& ctx) {
     const QString id = words->first();
     if (!bomservice::BomAccess(session).MayTouch(id))
         return ctx.bomGone();
-    if (!suite::RightsStore(ctx.db()).allows(session.gUserId, QStringLiteral("function"),
-                                             QLatin1String(card::clsVoucher::kPrintRight)))
-        return ctx.fail(ExitRefused, card::CardTexts::noPrintRight(), card::CardTexts::title());
-    bomservice::BomCardLoader loader(session);
-    const auto voucher = loader.LoadTemplate(QLatin1String(card::clsVoucher::kCardNumber));
-    const auto loaded = voucher ? loader.LoadBom(*voucher, id) : std::nullopt;
-    if (!loaded)
+    // The card window's own command, so its right and its checks apply as they stand.
+    card::CardDocument document(session);
+    card::HeadlessCardForm form;
+    card::ListOrderNavigator navigator(session);
+    card::clsVoucher voucher(session, document, form, navigator);
+    if (!voucher.voucherTemplate() || !voucher.LoadCard(id))
         return ctx.finish(ExitRefused);
     const auto printId = printTemplate(ctx, requestedId);
     if (!printId)
         return ExitRefused;
+    voucher.state.printTemplateId = *printId;
+    if (!voucher.ExecuteCommand(QStringLiteral("PRINT")) || form.prints.empty())
+        return ctx.finish(ExitRefused);
     const int displayId = card::CardPrintSettings(session).load().displayTemplateId;
-    card::CardPrinter printer(session);
-    const QString html = card::CardPrinter::html(
-        voucher->cCardName, *loaded,
-        printer.layoutOf(*printId, displayId > 0 ? displayId : voucher->DEF_ID));
+    const QString title = voucher.voucherTemplate()->cCardName;
+    const QString html =
+        card::CardPrinter::html(title, document.getVoucherData(),
+                                card::CardPrinter(session).layoutOf(
+                                    form.prints.back().printTemplateId,
+                                    displayId > 0 ? displayId : voucher.voucherTemplate()->DEF_ID));
     QString error;
-    const int pages = writePdf(voucher->cCardName, html, *pdf, &error);
+    const int pages = writePdf(title, html, *pdf, &error);
     if (pages == 0)
         return ctx.fail(ExitRefused, error);
     ctx.printLine(QStringLiteral("%1（%2 页）").arg(*pdf).arg(pages));
