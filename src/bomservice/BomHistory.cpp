@@ -3,7 +3,6 @@
 #include "RowWriter.h"
 #include "db/Database.h"
 #include "db/DbError.h"
-#include "db/ValueTypes.h"
 #include "entry/VoucherHelpers.h"
 
 #include <QHash>
@@ -24,21 +23,35 @@ bool isBookkeeping(const QString& column, bool isLine) {
     return column == QLatin1String("iautoid");
 }
 
-bool holdsNumbers(const RowSetColumn& column, const QVariant& stored) {
-    if (!stored.isNull())
-        return db::isNumericType(stored.typeId());
-    return column.type != QLatin1String("string") && column.type != QLatin1String("dateTime");
+// A column both row sets carry, looked up once for all rows.
+struct Compared {
+    QString name;
+    int stored = -1;
+    int saved = -1;
+    bool numbers = false; // the stored column holds numbers
+    bool flag = false;    // shown as a word, stored as a number
+};
+
+std::vector<Compared> comparedColumns(const RowSet& stored, const RowSet& saved, bool isLine) {
+    std::vector<Compared> out;
+    for (const RowSetColumn& column : stored.columns()) {
+        const int shown = saved.columnIndex(column.name);
+        if (shown < 0 || isBookkeeping(column.name, isLine))
+            continue;
+        const bool numbers =
+            column.type != QLatin1String("string") && column.type != QLatin1String("dateTime");
+        // Every b… column of the BOM tables is a flag, though a driver may type one holding
+        // only nulls as text.
+        const bool flag = RowWriter::StoredFlag(column.name, {}, true).has_value();
+        out.push_back({column.name, stored.columnIndex(column.name), shown, numbers || flag, flag});
+    }
+    return out;
 }
 
 bool isBlank(const QVariant& value) {
-    return value.isNull() || value.toString().trimmed().isEmpty();
-}
-
-// The card's value as the save stores it: flags shown as words become their numbers.
-QVariant storedForm(const QString& column, const QVariant& shown, bool numeric) {
-    if (const auto flag = RowWriter::StoredFlag(column, shown, numeric))
-        return *flag;
-    return shown;
+    if (value.isNull())
+        return true;
+    return value.typeId() == QMetaType::QString && value.toString().trimmed().isEmpty();
 }
 
 bool sameValue(const QVariant& stored, const QVariant& saved, bool numeric) {
@@ -64,21 +77,19 @@ QString valueText(const QVariant& value, bool numeric) {
 
 // The fields of one saved row that differ from the stored row; cells the card does not carry
 // (null) are left as stored by the save, so they are no change either.
-void compareRow(const RowSet& stored, int storedRow, const RowSet& saved, int savedRow,
-                const QString& kind, const QString& line, std::vector<BomHistory::Change>& out) {
-    const bool isLine = !line.isEmpty();
-    for (const RowSetColumn& column : stored.columns()) {
-        if (isBookkeeping(column.name, isLine))
-            continue;
-        const QVariant shown = saved.value(savedRow, column.name);
+void compareRow(const std::vector<Compared>& columns, const RowSet& stored, int storedRow,
+                const RowSet& saved, int savedRow, const QString& kind, const QString& line,
+                std::vector<BomHistory::Change>& out) {
+    for (const Compared& c : columns) {
+        const QVariant& shown = saved.cell(savedRow, c.saved);
         if (shown.isNull())
             continue;
-        const QVariant before = stored.value(storedRow, column.name);
-        const bool numeric = holdsNumbers(column, before);
-        const QVariant after = storedForm(column.name, shown, numeric);
-        if (!sameValue(before, after, numeric))
+        const QVariant& before = stored.cell(storedRow, c.stored);
+        const QVariant after =
+            c.flag ? QVariant(*RowWriter::StoredFlag(c.name, shown, true)) : shown;
+        if (!sameValue(before, after, c.numbers))
             out.push_back(
-                {kind, column.name, valueText(before, numeric), valueText(after, numeric), line});
+                {kind, c.name, valueText(before, c.numbers), valueText(after, c.numbers), line});
     }
 }
 
@@ -96,39 +107,47 @@ std::vector<BomHistory::Change> BomHistory::diff(const std::optional<BomCard>& s
     if (!stored)
         return {{kCreated, {}, {}, parent, {}}};
     std::vector<Change> out;
-    compareRow(stored->header, 0, saved.header, 0, kHeader, {}, out);
+    compareRow(comparedColumns(stored->header, saved.header, false), stored->header, 0,
+               saved.header, 0, kHeader, {}, out);
+    const std::vector<Compared> lineColumns = comparedColumns(stored->lines, saved.lines, true);
     QHash<qlonglong, int> storedLine;
+    const int storedKey = stored->lines.columnIndex(QStringLiteral("autoid"));
     for (int row : stored->lines.allRows())
-        storedLine.insert(stored->lines.value(row, QStringLiteral("autoid")).toLongLong(), row);
+        storedLine.insert(stored->lines.cell(row, storedKey).toLongLong(), row);
+    const int key = saved.lines.columnIndex(QStringLiteral("autoid"));
+    const int mark = saved.lines.columnIndex(QStringLiteral("editprop"));
+    const int code = saved.lines.columnIndex(QStringLiteral("cpscode"));
     for (int row : saved.lines.allRows()) {
-        const QVariant autoid = saved.lines.value(row, QStringLiteral("autoid"));
+        const QVariant& autoid = saved.lines.cell(row, key);
         const QString line = autoid.toString();
-        const QString prop = saved.lines.editprop(row);
+        const QString prop = saved.lines.cell(row, mark).toString();
         const auto before =
             line.isEmpty() ? storedLine.end() : storedLine.find(autoid.toLongLong());
-        const QString component = saved.lines.text(row, QStringLiteral("cpscode"));
+        const QString component = saved.lines.cell(row, code).toString();
         if (prop == QLatin1String("D")) {
             if (before != storedLine.end()) // else added and dropped before any save
                 out.push_back({kLineRemoved, {}, component, {}, line});
         } else if (prop == QLatin1String("A")) {
             out.push_back({kLineAdded, {}, {}, component, line});
         } else if (prop == QLatin1String("M") && before != storedLine.end()) {
-            compareRow(stored->lines, *before, saved.lines, row, kLineChanged, line, out);
+            compareRow(lineColumns, stored->lines, *before, saved.lines, row, kLineChanged, line,
+                       out);
         } // unmarked lines were not written
     }
     return out;
 }
 
-std::optional<BomCard> BomHistory::readStored(const QString& headerId) {
+std::optional<BomCard> BomHistory::readStored(const QString& headerId, bool withLines) {
     const db::Rows header =
         db_.query(QStringLiteral("select * from ProductStructure where iautoid=?"), {headerId});
     if (header.empty())
         return std::nullopt;
     BomCard card;
     card.header = RowSet::fromRows(header);
-    card.lines = RowSet::fromRows(
-        db_.query(QStringLiteral("select * from ProductStructures where ipid=? order by autoid"),
-                  {headerId}));
+    if (withLines)
+        card.lines = RowSet::fromRows(db_.query(
+            QStringLiteral("select * from ProductStructures where ipid=? order by autoid"),
+            {headerId}));
     return card;
 }
 

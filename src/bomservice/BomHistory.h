@@ -52,7 +52,8 @@ public:
     static std::vector<Change> diff(const std::optional<BomCard>& stored, const BomCard& saved);
 
     // The stored header and lines of a BOM, for diff; std::nullopt when it is not there.
-    std::optional<BomCard> readStored(const QString& headerId);
+    // `withLines` false: the header only, for a save that changes or removes no stored line.
+    std::optional<BomCard> readStored(const QString& headerId, bool withLines = true);
 
     // Runs in the caller's transaction. `runId` 0: not part of a multi-BOM run.
     void record(const QString& headerId, const QString& userId, const std::vector<Change>& changes,

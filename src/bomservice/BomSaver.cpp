@@ -34,6 +34,16 @@ db::SqlCondition linesUsing(const BomCard& card) {
     return id.matches(QStringLiteral("cpscode"));
 }
 
+// Lines marked modified or deleted: only then does the history need the stored lines.
+bool changesStoredLines(const BomCard& card) {
+    for (int row : card.lines.allRows()) {
+        const QString prop = card.lines.editprop(row);
+        if (prop == QLatin1String("M") || prop == QLatin1String("D"))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 BomSaver::BomSaver(entry::Session& session) : session_(session) {}
@@ -126,7 +136,8 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     // The BOM as it was, for its history: read after the claim, it is the version replaced.
     BomHistory history(db);
     const std::optional<BomCard> stored =
-        mode == 1 ? history.readStored(headerId) : std::optional<BomCard>();
+        mode == 1 ? history.readStored(headerId, changesStoredLines(card))
+                  : std::optional<BomCard>();
     if (mode == 1 && !stored) {
         errorText = kChangedMeanwhile;
         return false;

@@ -5,11 +5,12 @@
 
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 
 namespace bom::bomservice {
 namespace {
 
-// Ids bound per query at most, whatever the dialect allows.
+// Ids bound per query at most, however many the dialect would take.
 constexpr int kIdsPerQuery = 500;
 
 const QString kColumns = QStringLiteral("h.iautoid, h.cpspcode, h.csocode, i.cInvName AS cinvname");
@@ -48,8 +49,9 @@ db::Rows BomTree::root(const QString& headerId) const {
 std::vector<BomTree::Link> BomTree::childrenOf(const QStringList& parentIds) const {
     std::vector<Link> links;
     const db::SqlCondition visible = visibleOnly();
-    for (qsizetype start = 0; start < parentIds.size(); start += kIdsPerQuery) {
-        const QStringList chunk = parentIds.mid(start, kIdsPerQuery);
+    const int perQuery = std::min(kIdsPerQuery, session_.gConn->dialect().valuesPerStatement());
+    for (qsizetype start = 0; start < parentIds.size(); start += perQuery) {
+        const QStringList chunk = parentIds.mid(start, perQuery);
         db::Params params(chunk.begin(), chunk.end());
         const db::SqlCondition sql =
             db::SqlCondition{
