@@ -120,6 +120,11 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
         session_.prompter.info(e.message(), title(), 16);
     }
     voucher_ = std::make_unique<clsVoucher>(session_, document_, *this, navigator);
+    // The substitutes' own card comes with the options subsystem.
+    voucher_->openOptionsCard = [](const QString&, QString& error) {
+        error = CardWindowTexts::notYet();
+        return false;
+    };
     try {
         if (session_.gConn)
             printSettings_ = CardPrintSettings(session_).load();

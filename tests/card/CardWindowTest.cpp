@@ -386,4 +386,44 @@ TEST_P(CardHandoverTest, AddedCardIsSavedAndTheListComesBackOnItsRow) {
     EXPECT_EQ(list->currentParent()->text(QStringLiteral("iautoid")), kFrame);
 }
 
+TEST_P(CardHandoverTest, DoubleClickShowsTheBomAndModifyEditsIt) {
+    list::ProductListWindow* list = window();
+    ASSERT_TRUE(list);
+    list::PagedQueryModel& model = list->parentModel();
+    model.fetchAll();
+    int bike = -1;
+    for (int row = 0; row < model.rowCount(); ++row)
+        if (model.value(row, QStringLiteral("iautoid")).toString() == kMountainBike)
+            bike = row;
+    ASSERT_GE(bike, 0);
+    list->setCurrentParentRow(bike);
+    prompter.setFallbackAnswer(Answer::No);
+
+    QTableView* view = list->parentView();
+    const QPoint cell = view->visualRect(model.index(bike, 2)).center();
+    std::vector<std::pair<int, int>> states; // VoucherStatus, iVoucherState of each card
+    const auto note = [&](QWidget* modal) {
+        if (auto* w = qobject_cast<card::VoucherSetWindow*>(modal)) {
+            EXPECT_EQ(w->voucher().state.sbomid, kMountainBike);
+            states.emplace_back(w->document().VoucherStatus(), w->voucher().state.iVoucherState);
+            w->close();
+        }
+    };
+    // Press, release, then the double-click itself, as the platform sends them.
+    test::answerModals(
+        [&] {
+            mouse(view->viewport(), QEvent::MouseButtonPress, cell, Qt::LeftButton);
+            mouse(view->viewport(), QEvent::MouseButtonRelease, cell, Qt::NoButton);
+            mouse(view->viewport(), QEvent::MouseButtonDblClick, cell, Qt::LeftButton);
+        },
+        note);
+    test::answerModals([&] { press(view, Qt::Key_F7); }, note);
+    EXPECT_EQ(states, (std::vector<std::pair<int, int>>{{0, 0}, {1, 1}}));
+    // The edit left unsaved; no task is kept after either card.
+    EXPECT_EQ(prompter.texts(), QStringList{QStringLiteral("是否保存对当前单据的编辑？")});
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT count(*) FROM sys_lock WHERE ckey LIKE 'task:%'"))
+                  .toInt(),
+              0);
+}
+
 BOM_INSTANTIATE_BACKENDS(CardHandoverTest);
