@@ -1,4 +1,5 @@
 // bom: the desktop host. Opens an account and starts the BOM module's session on it.
+#include "card/CardHandover.h"
 #include "db/DbError.h"
 #include "entry/IProduct.h"
 #include "list/FileChooserDialog.h"
@@ -116,7 +117,11 @@ int main(int argc, char** argv) {
         return status;
 
     suite::QtPrompter prompter;
-    list::ProductListWindowFactory windows;
+    // The list opens the card over itself, moving through the BOMs it shows.
+    list::ProductListWindowFactory windows([](entry::Session& session, list::ProductListWindow& w) {
+        return std::make_unique<card::CardHandover>(session, &w,
+                                                    [&w] { return w.filterCondition(); });
+    });
     entry::IProduct product(prompter, windows);
     product.Show(login.get());
     if (!product.session().running())

@@ -3,6 +3,8 @@
 #include "db/DbError.h"
 #include "suite/Prompter.h"
 
+#include <QCryptographicHash>
+
 namespace bom::entry {
 
 bool Session::OpenConnection() {
@@ -49,6 +51,14 @@ const QString& Session::authText(AuthTable table) {
 
 void Session::ShowInfo(const QString& text) {
     prompter.ShowInfo(text);
+}
+
+QString Session::settingsGroup() const {
+    const QByteArray account =
+        QCryptographicHash::hash(gDbName.toUtf8(), QCryptographicHash::Sha1).toHex();
+    return QStringLiteral("accounts/%1/%2")
+        .arg(QString::fromLatin1(account.left(16)),
+             QString::fromUtf8(gUserId.toUtf8().toPercentEncoding()));
 }
 
 } // namespace bom::entry

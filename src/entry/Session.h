@@ -59,6 +59,9 @@ public:
     bool running() const { return gListForm != nullptr; }
 
     void ShowInfo(const QString& text);
+    // Where the windows keep what this operator set on this account (the account by a digest
+    // of its address, which may hold a password).
+    QString settingsGroup() const;
 
     static constexpr const char* kFunctionKey = "ProductStructure";
 

@@ -1,12 +1,20 @@
 #include "FileChooserDialog.h"
 
+#include "db/DbUrl.h"
+#include "entry/Session.h"
+
 #include <QAbstractFileIconProvider>
 #include <QApplication>
+#include <QDir>
 #include <QFileInfo>
 #include <QFileSystemModel>
 #include <QIcon>
 #include <QMimeDatabase>
 #include <QRegularExpression>
+#include <QSaveFile>
+#include <QSettings>
+#include <QStandardPaths>
+#include <memory>
 
 namespace bom::list {
 namespace {
@@ -61,6 +69,54 @@ QString suffixOf(const QString& nameFilter) {
     return pattern.match(nameFilter).captured(1);
 }
 
+const QString kExportFolder = QStringLiteral("exportFolder");
+
+QString accountPath(const entry::Session& session) {
+    const auto url = db::DbUrl::parse(session.gDbName);
+    if (!url || url->kind != db::Dialect::Kind::Sqlite || url->isMemory())
+        return {};
+    return QFileInfo(url->path).absoluteFilePath();
+}
+
+bool isAccountFile(const QString& account, const QString& path) {
+    if (account.isEmpty())
+        return false;
+    const QFileInfo target(path);
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        const QFileInfo file(account + QLatin1String(suffix));
+        if (target.absoluteFilePath() == file.absoluteFilePath() ||
+            (target.exists() && file.exists() &&
+             target.canonicalFilePath() == file.canonicalFilePath()))
+            return true;
+    }
+    return false;
+}
+
+std::unique_ptr<QSettings> outputSettings(const entry::Session& session) {
+    auto settings =
+        std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
+                                    QStringLiteral("bom"), QStringLiteral("FileChooserDialog"));
+    settings->beginGroup(session.settingsGroup());
+    return settings;
+}
+
+// The folder of the last output, else the operator's documents; never the account's own
+// folder, which holds nothing to put out.
+QString outputFolder(const entry::Session& session, const QString& account) {
+    const QString accountFolder = account.isEmpty() ? QString() : QFileInfo(account).absolutePath();
+    const auto usable = [&](const QString& folder) {
+        return !folder.isEmpty() && QFileInfo(folder).isDir() &&
+               QFileInfo(folder).absoluteFilePath() != accountFolder;
+    };
+    const QString last = outputSettings(session)->value(kExportFolder).toString();
+    if (usable(last))
+        return last;
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    if (usable(documents))
+        return documents;
+    return usable(QDir::homePath()) ? QDir::homePath() : QDir::tempPath();
+}
+
 } // namespace
 
 FileChooserDialog::FileChooserDialog(QWidget* parent, const QString& caption,
@@ -95,6 +151,44 @@ QString FileChooserDialog::saveFileName(QWidget* parent, const QString& caption,
     if (selectedFilter)
         *selectedFilter = dialog.selectedNameFilter();
     return dialog.selectedFiles().constFirst();
+}
+
+QString FileChooserDialog::outputFileName(QWidget* parent, entry::Session& session,
+                                          const QString& caption, const QString& name,
+                                          const QStringList& nameFilters, QString* selectedFilter) {
+    const QString account = accountPath(session);
+    const QString path =
+        saveFileName(parent, caption, QDir(outputFolder(session, account)).filePath(name),
+                     nameFilters, selectedFilter);
+    if (path.isEmpty())
+        return {};
+    if (isAccountFile(account, path)) {
+        session.ShowInfo(QStringLiteral("不能输出到账套数据库文件：") +
+                         QDir::toNativeSeparators(path));
+        return {};
+    }
+    outputSettings(session)->setValue(kExportFolder, QFileInfo(path).absolutePath());
+    return path;
+}
+
+bool FileChooserDialog::writeOutput(entry::Session& session, const QString& path,
+                                    const std::function<bool(QIODevice&, QString*)>& write) {
+    QSaveFile file(path);
+    QString error;
+    if (!file.open(QIODevice::WriteOnly))
+        error = file.errorString();
+    else if (!write(file, &error)) {
+        file.cancelWriting();
+        if (error.isEmpty())
+            error = file.errorString();
+    } else if (!file.commit())
+        error = file.errorString();
+    if (!error.isEmpty()) {
+        session.ShowInfo(QStringLiteral("文件保存失败：") + error);
+        return false;
+    }
+    session.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
+    return true;
 }
 
 QAbstractFileIconProvider* FileChooserDialog::nameOnlyIcons() {

@@ -1,8 +1,13 @@
 #pragma once
 
 #include <QFileDialog>
+#include <functional>
 
 class QAbstractFileIconProvider;
+
+namespace bom::entry {
+class Session;
+}
 
 namespace bom::list {
 
@@ -20,6 +25,18 @@ public:
     // Asks where to save; "" when cancelled. `selectedFilter` gets the chosen name filter.
     static QString saveFileName(QWidget* parent, const QString& caption, const QString& file,
                                 const QStringList& nameFilters, QString* selectedFilter = nullptr);
+
+    // Asks where to write a file the module puts out, starting in the folder this operator last
+    // wrote to on this account (else the documents). The account's own database files are
+    // refused with a message. "" when cancelled or refused.
+    static QString outputFileName(QWidget* parent, entry::Session& session, const QString& caption,
+                                  const QString& name, const QStringList& nameFilters,
+                                  QString* selectedFilter = nullptr);
+
+    // Writes a file the operator chose, whole or not at all, and says where it went or why it
+    // failed. `write` answers false with `error` set when it could not write.
+    static bool writeOutput(entry::Session& session, const QString& path,
+                            const std::function<bool(QIODevice& out, QString* error)>& write);
 
     // The icon provider that never opens a file.
     static QAbstractFileIconProvider* nameOnlyIcons();

@@ -55,7 +55,15 @@ public:
 // editor and the colour/size editor.
 class ListHandover {
 public:
-    enum class CardMode { Add = 0, Modify = 1, Copy = 2, CopyAllLevels = 3, CopySingle = 4 };
+    // Browse: a stored BOM shown as it is (a double-click in the list).
+    enum class CardMode {
+        Add = 0,
+        Modify = 1,
+        Copy = 2,
+        CopyAllLevels = 3,
+        CopySingle = 4,
+        Browse = 5
+    };
     virtual ~ListHandover() = default;
     virtual void openCard(CardMode mode, const QString& headerId) = 0;
     virtual void openBatch(const QString& operation, const std::vector<ListRow>& parents,

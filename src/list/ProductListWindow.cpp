@@ -5,10 +5,10 @@
 #include "BomListCommands.h"
 #include "ColumnSettingsDialog.h"
 #include "FileChooserDialog.h"
+#include "HtmlPrintDialog.h"
 #include "ListPrinter.h"
 #include "PagedQueryModel.h"
 #include "db/DbError.h"
-#include "db/DbUrl.h"
 #include "entry/Common.h"
 #include "entry/Session.h"
 #include "suite/qt/QtPrompter.h"
@@ -16,9 +16,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QCryptographicHash>
 #include <QDir>
-#include <QFileInfo>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QInputDialog>
@@ -26,20 +24,14 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPageSetupDialog>
-#include <QPrintDialog>
-#include <QPrintPreviewDialog>
 #include <QPrinter>
-#include <QPrinterInfo>
 #include <QProgressDialog>
-#include <QSaveFile>
 #include <QScopedValueRollback>
 #include <QSettings>
 #include <QSplitter>
-#include <QStandardPaths>
 #include <QStatusBar>
 #include <QStyleOptionHeader>
 #include <QTableView>
-#include <QTextDocument>
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
@@ -78,23 +70,6 @@ QHash<QString, int> fromMap(const QVariantMap& map) {
 
 } // namespace
 
-void PendingWindowsHandover::pending() {
-    session_.ShowInfo(QStringLiteral("该功能将在后续版本提供。"));
-}
-
-void PendingWindowsHandover::openCard(CardMode, const QString&) {
-    pending();
-}
-
-void PendingWindowsHandover::openBatch(const QString&, const std::vector<ListRow>&,
-                                       const std::vector<ListRow>&) {
-    pending();
-}
-
-void PendingWindowsHandover::openColourSize(const QString&, const ListRow&) {
-    pending();
-}
-
 // Long work: the wait cursor while it lasts, and a progress dialog once many rows are read
 // (ProductListWindow::rowsRead). Scopes nest; the outermost one ends both.
 class ProductListWindow::Busy {
@@ -117,7 +92,7 @@ private:
 };
 
 ProductListWindow::ProductListWindow(entry::Session& session)
-    : session_(session), handover_(session) {
+    : session_(session), handover_(std::make_unique<PendingWindowsHandover>(session)) {
     setAttribute(Qt::WA_DeleteOnClose, false);
     resize(1000, 680);
 
@@ -174,6 +149,11 @@ ProductListWindow::ProductListWindow(entry::Session& session)
 
     connect(parentView_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { loadLines(); });
+    // The selection column takes its own clicks; elsewhere a double-click opens the BOM.
+    connect(parentView_, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
+        if (index.column() > 0)
+            browse(index.row());
+    });
 }
 
 ProductListWindow::~ProductListWindow() {
@@ -319,12 +299,27 @@ bool ProductListWindow::ensureCommands() {
     if (commands_)
         return true;
     try {
-        commands_ = std::make_unique<BomListCommands>(session_, *this, handover_);
+        commands_ = std::make_unique<BomListCommands>(session_, *this, *handover_);
         return true;
     } catch (const db::DbError& e) {
         session_.ShowInfo(e.message());
         return false;
     }
+}
+
+void ProductListWindow::setHandover(std::unique_ptr<ListHandover> handover) {
+    commands_.reset(); // they hold the hand-over they were made with
+    handover_ = std::move(handover);
+}
+
+void ProductListWindow::browse(int row) {
+    if (closed_ || row < 0 || row >= parentModel_->rowCount())
+        return;
+    const QString id = parentModel_->value(row, QStringLiteral("iautoid")).toString();
+    if (id.isEmpty())
+        return;
+    handover_->openCard(ListHandover::CardMode::Browse, id);
+    reload();
 }
 
 void ProductListWindow::dispatch(const QString& key) {
@@ -383,12 +378,7 @@ void ProductListWindow::show() {
 }
 
 QString ProductListWindow::settingsGroup() const {
-    // The account by a digest of its address, which may hold a password.
-    const QByteArray account =
-        QCryptographicHash::hash(session_.gDbName.toUtf8(), QCryptographicHash::Sha1).toHex();
-    return QStringLiteral("accounts/%1/%2")
-        .arg(QString::fromLatin1(account.left(16)),
-             QString::fromUtf8(session_.gUserId.toUtf8().toPercentEncoding()));
+    return session_.settingsGroup();
 }
 
 std::unique_ptr<QSettings> ProductListWindow::settings() const {
@@ -747,120 +737,28 @@ QString ProductListWindow::printHtml(const std::vector<ListRow>& boms) {
 
 void ProductListWindow::print(bool preview) {
     const std::vector<ListRow> boms = bomsToPrint();
-    if (!preview && !boms.empty() && QPrinterInfo::availablePrinterNames().isEmpty()) {
-        // Without a printer the document goes to a PDF file, chosen in the module's own dialog.
-        QString filter = kPdfFilter;
-        const QString path =
-            chooseOutput(QStringLiteral("打印到文件"), terms_.title + QStringLiteral(".pdf"),
-                         {kPdfFilter}, &filter);
-        if (!path.isEmpty() && writePdf(path, boms))
-            session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
+    if (boms.empty()) {
+        session_.ShowInfo(kNoData);
         return;
     }
-    const QString html = printHtml(boms);
-    if (html.isEmpty())
-        return;
-    QTextDocument document;
-    document.setHtml(html);
     if (!printer_)
         printer_ = std::make_unique<QPrinter>(QPrinter::HighResolution);
-    if (preview) {
-        QPrintPreviewDialog dialog(printer_.get(), this);
-        dialog.setWindowTitle(QStringLiteral("打印预览"));
-        FileChooserDialog::guardFileModels(&dialog);
-        connect(&dialog, &QPrintPreviewDialog::paintRequested, this,
-                [&document](QPrinter* printer) { document.print(printer); });
-        dialog.exec();
-        return;
-    }
-    QPrintDialog dialog(printer_.get(), this);
-    dialog.setWindowTitle(QStringLiteral("打印"));
-    // Output to a file goes through "输出", whose dialog reads no file it lists.
-    dialog.setOption(QAbstractPrintDialog::PrintToFile, false);
-    FileChooserDialog::guardFileModels(&dialog);
-    if (dialog.exec() == QDialog::Accepted)
-        document.print(printer_.get());
-}
-
-QString ProductListWindow::accountPath() const {
-    const auto url = db::DbUrl::parse(session_.gDbName);
-    if (!url || url->kind != db::Dialect::Kind::Sqlite || url->isMemory())
-        return {};
-    return QFileInfo(url->path).absoluteFilePath();
-}
-
-bool ProductListWindow::isAccountFile(const QString& path) const {
-    const QString account = accountPath();
-    if (account.isEmpty())
-        return false;
-    const QFileInfo target(path);
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-        const QFileInfo file(account + QLatin1String(suffix));
-        if (target.absoluteFilePath() == file.absoluteFilePath() ||
-            (target.exists() && file.exists() &&
-             target.canonicalFilePath() == file.canonicalFilePath()))
-            return true;
-    }
-    return false;
-}
-
-QString ProductListWindow::exportFolder() const {
-    // The folder of the last export, else the operator's documents; never the account's own
-    // folder, which holds nothing to export to.
-    const QString account = accountPath();
-    const QString accountFolder = account.isEmpty() ? QString() : QFileInfo(account).absolutePath();
-    const auto usable = [&](const QString& folder) {
-        return !folder.isEmpty() && QFileInfo(folder).isDir() &&
-               QFileInfo(folder).absoluteFilePath() != accountFolder;
-    };
-    const QString last = settings()->value(QStringLiteral("exportFolder")).toString();
-    if (usable(last))
-        return last;
-    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    if (usable(documents))
-        return documents;
-    return usable(QDir::homePath()) ? QDir::homePath() : QDir::tempPath();
+    const auto html = [&] { return printHtml(boms); };
+    if (preview)
+        HtmlPrintDialog::preview(this, *printer_, html);
+    else
+        HtmlPrintDialog::print(this, session_, *printer_, terms_.title + QStringLiteral(".pdf"),
+                               html);
 }
 
 QString ProductListWindow::chooseOutput(const QString& caption, const QString& name,
                                         const QStringList& filters, QString* filter) {
-    const QString path = FileChooserDialog::saveFileName(
-        this, caption, QDir(exportFolder()).filePath(name), filters, filter);
-    if (path.isEmpty())
-        return {};
-    if (isAccountFile(path)) {
-        session_.ShowInfo(QStringLiteral("不能输出到账套数据库文件：") +
-                          QDir::toNativeSeparators(path));
-        return {};
-    }
-    settings()->setValue(QStringLiteral("exportFolder"), QFileInfo(path).absolutePath());
-    return path;
+    return FileChooserDialog::outputFileName(this, session_, caption, name, filters, filter);
 }
 
 bool ProductListWindow::writePdf(const QString& path, const std::vector<ListRow>& boms) {
     const QString html = printHtml(boms);
-    if (html.isEmpty())
-        return false;
-    // The printer tells nothing when it cannot write, so the file is tried first.
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        session_.ShowInfo(QStringLiteral("文件保存失败：") + file.errorString());
-        return false;
-    }
-    file.close();
-    QTextDocument document;
-    document.setHtml(html);
-    QPrinter pdf(QPrinter::HighResolution);
-    pdf.setOutputFormat(QPrinter::PdfFormat);
-    pdf.setOutputFileName(path);
-    if (printer_)
-        pdf.setPageLayout(printer_->pageLayout());
-    document.print(&pdf);
-    if (QFileInfo(path).size() == 0) {
-        session_.ShowInfo(QStringLiteral("文件保存失败：") + QDir::toNativeSeparators(path));
-        return false;
-    }
-    return true;
+    return !html.isEmpty() && HtmlPrintDialog::writePdf(session_, path, html, printer_.get());
 }
 
 void ProductListWindow::exportList() {
@@ -889,18 +787,9 @@ void ProductListWindow::exportList() {
             session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
         return;
     }
-    QSaveFile file(path);
-    QString error;
-    if (!file.open(QIODevice::WriteOnly))
-        error = file.errorString();
-    else if (!ListPrinter::writeCsv(file, parentModel_->columns(), rows, &error))
-        file.cancelWriting();
-    else if (!file.commit())
-        error = file.errorString();
-    if (!error.isEmpty())
-        session_.ShowInfo(QStringLiteral("文件保存失败：") + error);
-    else
-        session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
+    FileChooserDialog::writeOutput(session_, path, [&](QIODevice& out, QString* error) {
+        return ListPrinter::writeCsv(out, parentModel_->columns(), rows, error);
+    });
 }
 
 void ProductListWindow::help() {

@@ -2,12 +2,14 @@
 
 #include "ListFilter.h"
 #include "ListView.h"
+#include "PendingWindowsHandover.h"
 #include "db/SqlCondition.h"
 #include "entry/DisplayTerms.h"
 #include "entry/ListWindowHandle.h"
 
 #include <QHash>
 #include <QMainWindow>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -31,20 +33,6 @@ namespace bom::list {
 
 class BomListCommands;
 class PagedQueryModel;
-
-// Until the card, batch and colour/size windows exist, handing over to them says so.
-class PendingWindowsHandover : public ListHandover {
-public:
-    explicit PendingWindowsHandover(entry::Session& session) : session_(session) {}
-    void openCard(CardMode mode, const QString& headerId) override;
-    void openBatch(const QString& operation, const std::vector<ListRow>& parents,
-                   const std::vector<ListRow>& lines) override;
-    void openColourSize(const QString& mode, const ListRow& parent) override;
-
-private:
-    void pending();
-    entry::Session& session_;
-};
 
 // The session's main window (FrmProductNew): titled with the account's term for BOMs, with the
 // parent list above the lines of its current BOM. Every toolbar button and shortcut goes to the
@@ -84,8 +72,13 @@ public:
     void help() override;
     void close() override;
 
+    // The windows the list's commands open (the card, the batch and colour/size editors);
+    // until set, handing over says the window is still to come.
+    void setHandover(std::unique_ptr<ListHandover> handover);
     // Runs one command key, as a toolbar button or a shortcut does.
     void dispatch(const QString& key);
+    // Shows the BOM of a parent row in the card, then reloads the list (a double-click).
+    void browse(int row);
     // Sets the current BOM (a row of the parent list) and shows its lines.
     void setCurrentParentRow(int row);
     const db::SqlCondition& filterCondition() const { return filter_; }
@@ -126,9 +119,6 @@ private:
     std::unique_ptr<QSettings> settings() const;
     void restoreLayout();
     void saveLayout();
-    QString accountPath() const;
-    bool isAccountFile(const QString& path) const;
-    QString exportFolder() const;
     QString chooseOutput(const QString& caption, const QString& name, const QStringList& filters,
                          QString* filter);
     bool writePdf(const QString& path, const std::vector<ListRow>& boms);
@@ -141,7 +131,7 @@ private:
     std::vector<ListRow> bomsToPrint();
 
     entry::Session& session_;
-    PendingWindowsHandover handover_;
+    std::unique_ptr<ListHandover> handover_;
     std::unique_ptr<BomListCommands> commands_;
     entry::DisplayTerms terms_;
     // The parent list reads its pages through its own connection: the view asks for them at any
@@ -182,9 +172,21 @@ private:
 
 class ProductListWindowFactory : public entry::ListWindowFactory {
 public:
+    // Makes the hand-over of each window made; none: the windows still to come say so.
+    using HandoverMaker =
+        std::function<std::unique_ptr<ListHandover>(entry::Session&, ProductListWindow&)>;
+    explicit ProductListWindowFactory(HandoverMaker handover = {})
+        : handover_(std::move(handover)) {}
+
     entry::ListWindowHandle* create(entry::Session& session) override {
-        return new ProductListWindow(session);
+        auto* window = new ProductListWindow(session);
+        if (handover_)
+            window->setHandover(handover_(session, *window));
+        return window;
     }
+
+private:
+    HandoverMaker handover_;
 };
 
 } // namespace bom::list

@@ -14,6 +14,7 @@
 #include "suite/qt/QtPrompter.h"
 #include "suite/qt/QtTranslations.h"
 #include "support/TestAccount.h"
+#include "support/WindowTest.h"
 
 #include <QAction>
 #include <QApplication>
@@ -52,47 +53,12 @@ namespace {
 // Window tests need a QApplication before any account makes a plain QCoreApplication.
 class GuiEnvironment : public ::testing::Environment {
 public:
-    void SetUp() override {
-        if (QCoreApplication::instance())
-            return;
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        static int argc = 1;
-        static char name[] = "list_window_tests";
-        static char* argv[] = {name, nullptr};
-        new QApplication(argc, argv);
-        // What the windows remember stays out of the real settings.
-        static QTemporaryDir settings;
-        QSettings::setPath(QSettings::IniFormat, QSettings::UserScope, settings.path());
-    }
+    void SetUp() override { test::ensureGuiApplication(); }
 };
 [[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
 
-// Runs `action` and names the first modal dialog it opened (closing it again), or "".
-QString modalOpenedBy(const std::function<void()>& action) {
-    QString opened;
-    QTimer timer;
-    timer.setInterval(5);
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (!modal)
-            return;
-        if (opened.isEmpty())
-            opened = QString::fromLatin1(modal->metaObject()->className());
-        if (auto* dialog = qobject_cast<QDialog*>(modal))
-            dialog->reject();
-        else
-            modal->close();
-    });
-    timer.start();
-    action();
-    return opened;
-}
-
-void press(QWidget* target, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-    QKeyEvent event(QEvent::KeyPress, key, modifiers);
-    QCoreApplication::sendEvent(target, &event);
-}
+using test::modalOpenedBy;
+using test::press;
 
 void click(QTableView* view) {
     const QPointF at(view->viewport()->width() / 2.0, 2);

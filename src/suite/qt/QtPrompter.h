@@ -14,6 +14,7 @@ public:
     void info(const QString& text, const QString& title, int style) override;
     Answer ask(const QString& text, const QString& title, int style) override;
     void setParent(QWidget* parent) { parent_ = parent; }
+    QWidget* parent() const { return parent_; }
 
     // The button Enter presses for a question of `style`.
     static QMessageBox::StandardButton defaultButton(int style);

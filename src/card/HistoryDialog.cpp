@@ -1,0 +1,66 @@
+#include "HistoryDialog.h"
+
+#include "CardWindowTexts.h"
+
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QTableWidget>
+#include <QVBoxLayout>
+#include <algorithm>
+
+namespace bom::card {
+
+using bomservice::BomHistory;
+
+QString HistoryDialog::kindText(const QString& kind) {
+    static const std::pair<const char*, const char*> kNames[] = {
+        {BomHistory::kCreated, "新增"},         {BomHistory::kHeader, "表头修改"},
+        {BomHistory::kLineAdded, "增行"},       {BomHistory::kLineRemoved, "删行"},
+        {BomHistory::kLineChanged, "表体修改"}, {BomHistory::kDeleted, "删除"}};
+    for (const auto& [key, name] : kNames)
+        if (kind == QLatin1String(key))
+            return QString::fromUtf8(name);
+    return kind;
+}
+
+HistoryDialog::HistoryDialog(const std::vector<BomHistory::Entry>& entries, QWidget* parent)
+    : QDialog(parent) {
+    setWindowTitle(CardWindowTexts::historyTitle());
+    auto* layout = new QVBoxLayout(this);
+    const QStringList captions{QStringLiteral("时间"), QStringLiteral("操作员"),
+                               QStringLiteral("类型"), QStringLiteral("字段"),
+                               QStringLiteral("原值"), QStringLiteral("新值"),
+                               QStringLiteral("行")};
+    table_ = new QTableWidget(int(entries.size()), int(captions.size()), this);
+    table_->setHorizontalHeaderLabels(captions);
+    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table_->verticalHeader()->hide();
+    // Newest first, whatever order they came in; changes of one save keep their order.
+    std::vector<const BomHistory::Entry*> sorted;
+    for (const BomHistory::Entry& entry : entries)
+        sorted.push_back(&entry);
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto* a, const auto* b) { return a->time > b->time; });
+    for (int row = 0; row < int(sorted.size()); ++row) {
+        const BomHistory::Entry& e = *sorted[std::size_t(row)];
+        const QStringList cells{
+            e.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")),
+            e.user,
+            kindText(e.change.kind),
+            e.change.field,
+            e.change.oldValue,
+            e.change.newValue,
+            e.change.line};
+        for (int column = 0; column < cells.size(); ++column)
+            table_->setItem(row, column, new QTableWidgetItem(cells[column]));
+    }
+    table_->resizeColumnsToContents();
+    layout->addWidget(table_, 1);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    layout->addWidget(buttons);
+    resize(760, 420);
+}
+
+} // namespace bom::card

@@ -1,0 +1,278 @@
+#include "VoucherView.h"
+
+#include "CardDocument.h"
+
+#include <QAbstractItemDelegate>
+#include <QAbstractTableModel>
+#include <QApplication>
+#include <QGridLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QScopedValueRollback>
+#include <QScrollArea>
+#include <QSplitter>
+#include <QTableView>
+#include <QVBoxLayout>
+
+namespace bom::card {
+namespace {
+
+// Header fields side by side, so a card of many fields stays short.
+constexpr int kHeaderColumns = 3;
+const QColor kRequired(Qt::blue);
+
+} // namespace
+
+// The lines as the document shows them (summarised or not), one column per visible field.
+class VoucherView::BodyModel : public QAbstractTableModel {
+public:
+    BodyModel(CardDocument& document, QObject* parent)
+        : QAbstractTableModel(parent), document_(document) {}
+
+    const std::vector<CardField>& fields() const { return fields_; }
+
+    void rebuild() {
+        beginResetModel();
+        fields_.clear();
+        for (const CardField& field : document_.layout().body)
+            if (field.visible)
+                fields_.push_back(field);
+        rows_ = shownRows();
+        endResetModel();
+    }
+
+    void refresh() {
+        const int rows = shownRows();
+        if (rows != rows_) {
+            beginResetModel();
+            rows_ = rows;
+            endResetModel();
+        } else if (rows_ > 0 && !fields_.empty()) {
+            emit dataChanged(index(0, 0), index(rows_ - 1, int(fields_.size()) - 1));
+        }
+    }
+
+    int rowCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : rows_;
+    }
+    int columnCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : int(fields_.size());
+    }
+
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (!index.isValid() || index.row() >= rows_)
+            return {};
+        const CardField& field = fields_[std::size_t(index.column())];
+        if (role == Qt::DisplayRole)
+            return document_.shownText(index.row(), field.name);
+        if (role == Qt::EditRole)
+            return document_.bodyText(index.row(), field.name);
+        if (role == Qt::TextAlignmentRole && field.decimals >= 0)
+            return QVariant(Qt::AlignRight | Qt::AlignVCenter);
+        return {};
+    }
+
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override {
+        if (orientation == Qt::Vertical)
+            return role == Qt::DisplayRole ? QVariant(section + 1) : QVariant();
+        if (section < 0 || section >= int(fields_.size()))
+            return {};
+        const CardField& field = fields_[std::size_t(section)];
+        if (role == Qt::DisplayRole)
+            return field.caption;
+        if (role == Qt::ForegroundRole && field.required)
+            return kRequired;
+        return {};
+    }
+
+    Qt::ItemFlags flags(const QModelIndex& index) const override {
+        Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+        if (editable())
+            flags |= Qt::ItemIsEditable;
+        return flags;
+    }
+
+    bool setData(const QModelIndex& index, const QVariant& value, int role) override {
+        if (role != Qt::EditRole || !index.isValid() || !editable())
+            return false;
+        const QString& field = fields_[std::size_t(index.column())].name;
+        if (document_.bodyText(index.row(), field) != value.toString())
+            document_.setBodyText(index.row(), field, value.toString());
+        return true;
+    }
+
+    // Summarised rows are not lines, so they take no entries.
+    bool editable() const {
+        return document_.VoucherStatus() == 1 && !document_.IsAggregateStatus();
+    }
+
+private:
+    int shownRows() const { return document_.layout().hasBodyGrid ? document_.shownRows() : 0; }
+
+    CardDocument& document_;
+    std::vector<CardField> fields_;
+    int rows_ = 0;
+};
+
+VoucherView::VoucherView(CardDocument& document, QWidget* parent)
+    : QWidget(parent), document_(document) {
+    auto* layout = new QVBoxLayout(this);
+    // A template with many header fields scrolls them, so the lines keep their room.
+    split_ = new QSplitter(Qt::Vertical, this);
+    auto* split = split_;
+    headerArea_ = new QScrollArea(split);
+    headerArea_->setFrameShape(QFrame::NoFrame);
+    headerArea_->setWidgetResizable(true);
+    headerArea_->viewport()->setAutoFillBackground(false);
+    header_ = new QWidget(headerArea_);
+    header_->setObjectName(QStringLiteral("header"));
+    headerLayout_ = new QGridLayout(header_);
+    headerArea_->setWidget(header_);
+    layout->addWidget(split, 1);
+
+    model_ = new BodyModel(document_, this);
+    body_ = new QTableView(split);
+    body_->setObjectName(QStringLiteral("body"));
+    body_->setModel(model_);
+    body_->setSelectionBehavior(QAbstractItemView::SelectRows);
+    body_->setSelectionMode(QAbstractItemView::SingleSelection);
+    body_->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
+                           QAbstractItemView::AnyKeyPressed);
+    body_->verticalHeader()->setDefaultSectionSize(body_->fontMetrics().height() + 8);
+    split->addWidget(headerArea_);
+    split->addWidget(body_);
+    split->setStretchFactor(1, 1);
+    connect(split, &QSplitter::splitterMoved, this, [this] { headerSized_ = true; });
+
+    connect(body_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this] { followCurrentRow(); });
+    document_.onChanged = [this] { refresh(); };
+    rebuild();
+}
+
+VoucherView::~VoucherView() {
+    document_.onChanged = nullptr;
+}
+
+void VoucherView::rebuild() {
+    const QScopedValueRollback<bool> refreshing(refreshing_, true);
+    qDeleteAll(headerEdits_);
+    qDeleteAll(headerCaptions_);
+    headerEdits_.clear();
+    headerCaptions_.clear();
+    int slot = 0;
+    for (const CardField& field : document_.layout().header) {
+        if (!field.visible)
+            continue;
+        auto* caption = new QLabel(field.caption, header_);
+        auto* edit = new QLineEdit(header_);
+        edit->setObjectName(field.name);
+        caption->setBuddy(edit);
+        if (field.required) {
+            QPalette palette = caption->palette();
+            palette.setColor(QPalette::WindowText, kRequired);
+            caption->setPalette(palette);
+        }
+        if (field.decimals >= 0)
+            edit->setAlignment(Qt::AlignRight);
+        connect(edit, &QLineEdit::editingFinished, this,
+                [this, name = field.name] { headerEdited(name); });
+        headerLayout_->addWidget(caption, slot / kHeaderColumns, 2 * (slot % kHeaderColumns));
+        headerLayout_->addWidget(edit, slot / kHeaderColumns, 2 * (slot % kHeaderColumns) + 1);
+        headerCaptions_.insert(field.name, caption);
+        headerEdits_.insert(field.name, edit);
+        ++slot;
+    }
+    headerArea_->setMaximumHeight(header_->sizeHint().height() + 2 * headerArea_->frameWidth());
+    fitHeader();
+    model_->rebuild();
+    body_->setVisible(document_.layout().hasBodyGrid);
+    refresh();
+}
+
+void VoucherView::fitHeader() {
+    // The header as tall as its fields, but never more than half the card.
+    const int total = split_->height();
+    if (total <= 0 || headerSized_)
+        return;
+    const int header = std::min(headerArea_->maximumHeight(), total / 2);
+    split_->setSizes({header, total - header});
+}
+
+void VoucherView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    fitHeader();
+}
+
+void VoucherView::refresh() {
+    const QScopedValueRollback<bool> refreshing(refreshing_, true);
+    const bool editable = document_.VoucherStatus() == 1;
+    for (const CardField& field : document_.layout().header) {
+        QLineEdit* edit = headerEdits_.value(field.name);
+        if (!edit)
+            continue;
+        const QString text = field.text(document_.headerText(field.name));
+        if (edit->text() != text)
+            edit->setText(text);
+        edit->setReadOnly(!editable);
+    }
+    model_->refresh();
+    const int row = document_.IsAggregateStatus() ? -1 : document_.currentRow();
+    if (row >= 0 && row < model_->rowCount()) {
+        if (body_->currentIndex().row() != row) {
+            body_->setCurrentIndex(model_->index(row, std::max(0, body_->currentIndex().column())));
+            body_->scrollTo(body_->currentIndex());
+        }
+    } else if (body_->currentIndex().isValid()) {
+        body_->setCurrentIndex({});
+    }
+}
+
+void VoucherView::headerEdited(const QString& name) {
+    QLineEdit* edit = headerEdits_.value(name);
+    if (refreshing_ || !edit || document_.VoucherStatus() != 1)
+        return;
+    const auto field =
+        std::find_if(document_.layout().header.begin(), document_.layout().header.end(),
+                     [&](const CardField& f) { return f.name == name; });
+    const QString stored = document_.headerText(name);
+    // Leaving a field untouched writes nothing, though it shows the value rounded.
+    if (edit->text() == stored ||
+        (field != document_.layout().header.end() && edit->text() == field->text(stored)))
+        return;
+    document_.setHeaderText(name, edit->text());
+}
+
+void VoucherView::followCurrentRow() {
+    if (refreshing_ || document_.IsAggregateStatus())
+        return;
+    const int row = body_->currentIndex().row();
+    if (row != document_.currentRow())
+        document_.setCurrentRow(row);
+}
+
+void VoucherView::commitEdits() {
+    QWidget* focus = QApplication::focusWidget();
+    if (!focus)
+        return;
+    for (auto it = headerEdits_.begin(); it != headerEdits_.end(); ++it)
+        if (it.value() == focus)
+            headerEdited(it.key());
+    // An open cell editor is the viewport's child; its delegate hands the text over.
+    if (focus != body_->viewport() && body_->viewport()->isAncestorOf(focus)) {
+        QAbstractItemDelegate* delegate = body_->itemDelegateForIndex(body_->currentIndex());
+        emit delegate->commitData(focus);
+        emit delegate->closeEditor(focus, QAbstractItemDelegate::NoHint);
+    }
+}
+
+int VoucherView::findRow(const QString& text, int from) const {
+    for (int row = std::max(0, from); row < model_->rowCount(); ++row)
+        for (int column = 0; column < model_->columnCount(); ++column)
+            if (model_->index(row, column).data().toString().contains(text, Qt::CaseInsensitive))
+                return row;
+    return -1;
+}
+
+} // namespace bom::card
