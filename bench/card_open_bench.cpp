@@ -1,17 +1,19 @@
 // Opening a 500-line BOM card on the generated account of 100,000 BOMs: the card's dispatcher
 // loading the stored BOM into the card (template, header and lines, the card's state, its tree
 // and toolbar), beside the floor: the header row and the 500 lines read from the card's views
-// through the same driver in the same run.
+// through the same driver in the same run; and the card window (offscreen) built, loaded with
+// that card and drawn, beside the same floor.
 // Usage: card_open_bench [sqlite:PATH | postgresql://…] [runs] (default /tmp/bom-bench.db, 20)
 #include "BenchAccount.h"
 #include "bomservice/BomSaver.h"
 #include "card/CardDocument.h"
 #include "card/HeadlessCardForm.h"
 #include "card/ListOrderNavigator.h"
+#include "card/VoucherSetWindow.h"
 #include "card/clsVoucher.h"
 #include "entry/Session.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <cstdio>
 
 using namespace bom;
@@ -55,7 +57,8 @@ int readAll(db::Database& db, const QString& sql, const QString& id) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
     const QString url = bench::accountUrl(argc, argv);
     const int runs = bench::countArg(argc, argv, 2, 20);
     bench::openGeneratedAccount(url, 100000);
@@ -83,5 +86,16 @@ int main(int argc, char** argv) {
     const QString kind =
         session.gConn->isPostgres() ? QStringLiteral("postgresql") : QStringLiteral("sqlite");
     bench::printRow(QStringLiteral("card open, 500 lines (%1)").arg(kind), ours, {}, floor);
+    const std::vector<double> window = bench::measure(runs, [&] {
+        card::VoucherSetWindow shown(session, navigator);
+        if (!shown.LoadCard(id)) {
+            std::fprintf(stderr, "the window did not load the card\n");
+            std::exit(1);
+        }
+        shown.show();
+        QApplication::processEvents();
+    });
+    bench::printRow(QStringLiteral("card window open and drawn, 500 lines (%1)").arg(kind), window,
+                    {}, floor);
     return 0;
 }
