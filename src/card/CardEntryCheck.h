@@ -1,0 +1,77 @@
+#pragma once
+
+#include "entry/ReferenceLookup.h"
+
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::card {
+
+class VoucherControl;
+
+// Why a value was refused: the message box it shows.
+struct EntryRefusal {
+    QString text;
+    QString title;
+    int style = 64;
+};
+
+// The check every value typed or picked into a card in edit passes before the card takes it,
+// keyed by field name. A refused value shows its message and leaves the card as it was; an
+// accepted one is written together with the fields that follow from it (names, units,
+// defaults, the auxiliary figures, the total standard cost). Nothing is written to the
+// database. The window, bomctl edit and the batch fill of lines all go through here.
+class CardEntryCheck {
+public:
+    CardEntryCheck(entry::Session& session, VoucherControl& card);
+    ~CardEntryCheck();
+
+    // A header field; false when refused (its message shown).
+    bool headerEntry(const QString& field, const QString& value);
+    // A body cell of shown line `row` (from 0); false when refused (its message shown).
+    bool bodyEntry(int row, const QString& field, const QString& value);
+    // Items picked from the item reference into the component cell of line `row`: the first
+    // fills that line, each further one a new line added after the last. Each pick passes the
+    // component's checks and the one-level cycle check first; false at the first refused one
+    // (its message shown; the lines filled before it stay).
+    bool pickItems(int row, const QStringList& itemCodes);
+    // The department or the warehouse of every line at once ("cdepcode" or "cwhcode"): each
+    // line passes the cell check; the lines refused keep their value and their refusals are
+    // shown together in one message. False when any line was refused.
+    bool fillAllLines(const QString& field, const QString& value);
+
+    // The same checks without showing anything: what was refused, or nothing when accepted
+    // (and written).
+    std::optional<EntryRefusal> checkHeader(const QString& field, const QString& value);
+    std::optional<EntryRefusal> checkBody(int row, const QString& field, const QString& value);
+
+    // The reference list offered for a field (a header field when `row` is -1): the session's
+    // references by field name, and the card's own ones: the parent's sales orders, its
+    // routings and their versions, the units of the line item's unit group. Nothing, with its
+    // message shown, when there is none or it needs an earlier entry first ("请先输入母件编码",
+    // "必须先输入存货！" …).
+    std::optional<entry::ReferenceQuery> reference(const QString& field, int row,
+                                                   const QString& typedText);
+
+    // The header's total standard cost from its labour and overhead and the lines' material
+    // costs (empty values count as 0).
+    void recomputeTotalCost();
+
+private:
+    class Lookups;
+
+    void show(const EntryRefusal& refusal) const;
+
+    entry::Session& session_;
+    VoucherControl& card_;
+    std::unique_ptr<Lookups> lookups_;
+};
+
+} // namespace bom::card
