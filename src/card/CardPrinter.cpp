@@ -7,6 +7,7 @@
 
 #include <QIODevice>
 #include <QStringList>
+#include <algorithm>
 
 namespace bom::card {
 namespace {
@@ -26,6 +27,19 @@ std::vector<CardField> printableOf(const std::vector<CardField>& fields) {
 
 QString cell(const char* tag, const QString& text) {
     return QStringLiteral("<%1>%2</%1>").arg(QLatin1String(tag), text.toHtmlEscaped());
+}
+
+// The fields with a value somewhere on the card: a page of blank free items and user-defined
+// fields says nothing and squeezes the columns that do.
+std::vector<CardField> filledOf(const std::vector<CardField>& fields,
+                                const bomservice::RowSet& rows, const std::vector<int>& shown) {
+    std::vector<CardField> out;
+    for (const CardField& field : fields)
+        if (std::any_of(shown.begin(), shown.end(), [&](int row) {
+                return !field.text(rows.value(row, field.name)).trimmed().isEmpty();
+            }))
+            out.push_back(field);
+    return out;
 }
 
 QString csvLine(const QStringList& fields) {
@@ -60,22 +74,27 @@ QString CardPrinter::html(const QString& title, const bomservice::BomCard& card,
                                  "</style></head><body><h2 align=\"center\">") +
                   title.toHtmlEscaped() +
                   QStringLiteral("</h2><table width=\"100%\" cellspacing=\"0\">");
+    const std::vector<int> lines = card.lines.notDeletedRows();
+    const std::vector<CardField> header = card.header.rowCount()
+                                              ? filledOf(layout.header, card.header, {0})
+                                              : std::vector<CardField>();
+    const std::vector<CardField> body = filledOf(layout.body, card.lines, lines);
     // Header fields two to a row, each as caption and value.
-    for (std::size_t i = 0; i < layout.header.size(); ++i) {
-        const CardField& field = layout.header[i];
+    for (std::size_t i = 0; i < header.size(); ++i) {
+        const CardField& field = header[i];
         out += (i % 2 == 0 ? QStringLiteral("<tr>") : QString()) + cell("th", field.caption) +
                cell("td", field.text(card.header.value(0, field.name))) +
-               (i % 2 == 1 || i + 1 == layout.header.size() ? QStringLiteral("</tr>") : QString());
+               (i % 2 == 1 || i + 1 == header.size() ? QStringLiteral("</tr>") : QString());
     }
     out += QStringLiteral("</table>");
-    if (layout.hasBodyGrid && !layout.body.empty()) {
+    if (layout.hasBodyGrid && !body.empty()) {
         out += QStringLiteral("<p></p><table width=\"100%\" cellspacing=\"0\"><tr>");
-        for (const CardField& field : layout.body)
+        for (const CardField& field : body)
             out += cell("th", field.caption);
         out += QStringLiteral("</tr>");
-        for (int row : card.lines.notDeletedRows()) {
+        for (int row : lines) {
             out += QStringLiteral("<tr>");
-            for (const CardField& field : layout.body)
+            for (const CardField& field : body)
                 out += cell("td", field.text(card.lines.value(row, field.name)));
             out += QStringLiteral("</tr>");
         }

@@ -25,6 +25,7 @@ public:
     // printed. Throws db::DbError.
     CardLayout layoutOf(int printTemplateId, int displayTemplateId);
 
+    // Fields empty on the whole card are left out of the printed page (not of the CSV).
     static QString html(const QString& title, const bomservice::BomCard& card,
                         const CardLayout& layout);
     // UTF-8 with a byte-order mark so spreadsheet programs read Chinese; false with `error`

@@ -23,7 +23,19 @@ QString HistoryDialog::kindText(const QString& kind) {
     return kind;
 }
 
-HistoryDialog::HistoryDialog(const std::vector<BomHistory::Entry>& entries, QWidget* parent)
+namespace {
+
+QString fieldCaption(const BomHistory::Change& change, const CardLayout& layout) {
+    const bool header = change.kind == QLatin1String(BomHistory::kHeader);
+    const CardField* field =
+        header ? layout.headerField(change.field) : layout.bodyField(change.field);
+    return field ? field->caption : change.field;
+}
+
+} // namespace
+
+HistoryDialog::HistoryDialog(const std::vector<BomHistory::Entry>& entries, const CardLayout& card,
+                             QWidget* parent)
     : QDialog(parent) {
     setWindowTitle(CardWindowTexts::historyTitle());
     auto* layout = new QVBoxLayout(this);
@@ -48,7 +60,7 @@ HistoryDialog::HistoryDialog(const std::vector<BomHistory::Entry>& entries, QWid
             e.time.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")),
             e.user,
             kindText(e.change.kind),
-            e.change.field,
+            fieldCaption(e.change, card),
             e.change.oldValue,
             e.change.newValue,
             e.change.line};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TemplateLayout.h"
 #include "bomservice/BomHistory.h"
 
 #include <QDialog>
@@ -10,12 +11,12 @@ class QTableWidget;
 namespace bom::card {
 
 // The change history of one BOM, newest first: when, who, what kind of change, which field,
-// from what to what, on which line.
+// from what to what, on which line. Fields are named by the card's captions where it has them.
 class HistoryDialog : public QDialog {
     Q_OBJECT
 public:
     HistoryDialog(const std::vector<bomservice::BomHistory::Entry>& entries,
-                  QWidget* parent = nullptr);
+                  const CardLayout& layout, QWidget* parent = nullptr);
     QTableWidget* table() const { return table_; }
 
     // The kind of a change as the operator reads it.

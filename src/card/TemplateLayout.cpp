@@ -32,11 +32,23 @@ QString CardField::text(const QVariant& value) const {
     return value.toString();
 }
 
-const CardField* CardLayout::bodyField(const QString& name) const {
-    for (const CardField& field : body)
+namespace {
+
+const CardField* fieldNamed(const std::vector<CardField>& fields, const QString& name) {
+    for (const CardField& field : fields)
         if (field.name.compare(name, Qt::CaseInsensitive) == 0)
             return &field;
     return nullptr;
+}
+
+} // namespace
+
+const CardField* CardLayout::bodyField(const QString& name) const {
+    return fieldNamed(body, name);
+}
+
+const CardField* CardLayout::headerField(const QString& name) const {
+    return fieldNamed(header, name);
 }
 
 QString TemplateLayout::captionOf(const QString& field, const QString& formula,
@@ -49,12 +61,8 @@ QString TemplateLayout::captionOf(const QString& field, const QString& formula,
     return caption.isEmpty() ? field : caption;
 }
 
-CardLayout TemplateLayout::display(int templateId, bool hasBodyGrid) {
-    const db::Rows rows = session_.gConn->query(
-        QStringLiteral("select fieldname, cardsection, carditemname, cardformula1, \"isnull\" as "
-                       "required, NumPoint, iorder, bshow from voucheritems where vt_id=? "
-                       "order by iorder, autoid"),
-        {templateId});
+CardLayout TemplateLayout::read(const QString& sql, int templateId, bool hasBodyGrid) {
+    const db::Rows rows = session_.gConn->query(sql, {templateId});
     CardLayout layout;
     layout.hasBodyGrid = hasBodyGrid;
     for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -67,20 +75,20 @@ CardLayout TemplateLayout::display(int templateId, bool hasBodyGrid) {
     return layout;
 }
 
+CardLayout TemplateLayout::display(int templateId, bool hasBodyGrid) {
+    return read(QStringLiteral("select fieldname, cardsection, carditemname, cardformula1, "
+                               "\"isnull\" as required, NumPoint, iorder, bshow from "
+                               "voucheritems where vt_id=? order by iorder, autoid"),
+                templateId, hasBodyGrid);
+}
+
+// A print template has no formulas, order numbers or hidden fields: all it names is printed,
+// in its own order.
 CardLayout TemplateLayout::print(int templateId, bool hasBodyGrid) {
-    const db::Rows rows = session_.gConn->query(
-        QStringLiteral("select fieldname, cardsection, carditemname, NumPoint from "
-                       "voucheritems_prn where vt_id=? order by autoid"),
-        {templateId});
-    CardLayout layout;
-    layout.hasBodyGrid = hasBodyGrid;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const QString name = rows.text(i, "fieldname").toLower();
-        place(layout, rows.text(i, "cardsection"),
-              {name, captionOf(name, QString(), rows.text(i, "carditemname")), int(i), true, false,
-               decimalsOf(rows.value(i, "NumPoint"))});
-    }
-    return layout;
+    return read(QStringLiteral("select fieldname, cardsection, carditemname, NULL as "
+                               "cardformula1, 0 as required, NumPoint, autoid as iorder, 1 as "
+                               "bshow from voucheritems_prn where vt_id=? order by autoid"),
+                templateId, hasBodyGrid);
 }
 
 } // namespace bom::card

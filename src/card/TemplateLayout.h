@@ -29,6 +29,7 @@ struct CardLayout {
     bool hasBodyGrid = true;
 
     const CardField* bodyField(const QString& name) const;
+    const CardField* headerField(const QString& name) const;
 };
 
 // Reads the layout of a card from the account's template tables. Database errors throw
@@ -45,6 +46,8 @@ public:
 
 private:
     QString captionOf(const QString& field, const QString& formula, const QString& itemName);
+    // Both kinds of template answer the same columns, so one reader lays them out.
+    CardLayout read(const QString& sql, int templateId, bool hasBodyGrid);
 
     entry::Session& session_;
 };

@@ -529,7 +529,7 @@ void VoucherSetWindow::showInventoryCard(const QString& itemCode,
 
 void VoucherSetWindow::showHistory(const QString&,
                                    const std::vector<bomservice::BomHistory::Entry>& entries) {
-    HistoryDialog dialog(entries, this);
+    HistoryDialog dialog(entries, document_.layout(), this);
     dialog.exec();
 }
 

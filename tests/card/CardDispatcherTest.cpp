@@ -385,10 +385,15 @@ TEST_P(CardDispatcherTest, TemplatesFollowTheOperatorsRightsAndPrintSettingsStay
     EXPECT_TRUE(html.contains(QStringLiteral("母件编码")) &&
                 html.contains(QStringLiteral("FR100")));
     EXPECT_FALSE(html.contains(kCityBike)); // keys are never printed
+    // A column empty on every line is left off the page, not out of the export.
+    ASSERT_TRUE(layout.bodyField(QStringLiteral("cinsertfirst")));
+    const QString emptyCaption = layout.bodyField(QStringLiteral("cinsertfirst"))->caption;
+    EXPECT_FALSE(html.contains(emptyCaption));
     QBuffer csv;
     csv.open(QIODevice::WriteOnly);
     ASSERT_TRUE(card::CardPrinter::writeCsv(csv, document->getVoucherData(), layout, nullptr));
     EXPECT_TRUE(csv.data().startsWith("\xEF\xBB\xBF"));
+    EXPECT_TRUE(QString::fromUtf8(csv.data()).contains(emptyCaption));
     card::CardPrintSettings settings(s());
     card::PrintSettings mine;
     mine.printTemplateId = 2;
