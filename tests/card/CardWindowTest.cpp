@@ -9,6 +9,7 @@
 #include "list/PagedQueryModel.h"
 #include "list/ProductListWindow.h"
 #include "suite/Login.h"
+#include "support/ListWindowSession.h"
 #include "support/TestAccount.h"
 #include "support/WindowTest.h"
 
@@ -288,11 +289,13 @@ TEST_P(CardWindowTest, AttachmentsHistoryAndOutputOfTheCard) {
          {at.addSecs(60),
           QStringLiteral("wang"),
           {BomHistory::kLineChanged, QStringLiteral("ipsquantity"), QStringLiteral("1"),
-           QStringLiteral("2"), QStringLiteral("17")}}});
+           QStringLiteral("2"), QStringLiteral("17")}}},
+        w->document().layout());
     QTableWidget* table = history.table();
     ASSERT_EQ(table->rowCount(), 2);
     EXPECT_EQ(table->item(0, 1)->text(), QStringLiteral("wang"));
     EXPECT_EQ(table->item(0, 2)->text(), QStringLiteral("表体修改"));
+    EXPECT_EQ(table->item(0, 3)->text(), QStringLiteral("基本用量分子")); // the card's caption
     EXPECT_EQ(table->item(0, 5)->text(), QStringLiteral("2"));
     EXPECT_EQ(table->item(1, 2)->text(), QStringLiteral("新增"));
 }
@@ -300,38 +303,18 @@ TEST_P(CardWindowTest, AttachmentsHistoryAndOutputOfTheCard) {
 BOM_INSTANTIATE_BACKENDS(CardWindowTest);
 
 // The list opens the card over itself and reloads when it closes.
-class CardHandoverTest : public test::BackendTest {
+class CardHandoverTest : public test::DemoListWindowTest {
 protected:
+    CardHandoverTest()
+        : DemoListWindowTest(list::ProductListWindowFactory{
+              [](entry::Session& session, list::ProductListWindow& w) {
+                  return std::make_unique<card::CardHandover>(session, &w,
+                                                              [&w] { return w.filterCondition(); });
+              }}) {}
     void SetUp() override {
-        BackendTest::SetUp();
-        db = account->createDemo();
-        QString error;
-        login = suite::Login::SignIn(account->url(), QStringLiteral("demo"), QString(), &error);
-        ASSERT_TRUE(login) << error.toStdString();
-        product = std::make_unique<entry::IProduct>(prompter, windows);
-        product->Show(login.get());
+        DemoListWindowTest::SetUp();
+        ASSERT_TRUE(open());
     }
-    void TearDown() override {
-        if (product && product->session().running())
-            window()->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        product.reset();
-        login.reset();
-        db.reset();
-        BackendTest::TearDown();
-    }
-    list::ProductListWindow* window() {
-        return dynamic_cast<list::ProductListWindow*>(product->session().gListForm);
-    }
-
-    std::unique_ptr<db::Database> db;
-    suite::ScriptedPrompter prompter;
-    list::ProductListWindowFactory windows{[](entry::Session& session, list::ProductListWindow& w) {
-        return std::make_unique<card::CardHandover>(session, &w,
-                                                    [&w] { return w.filterCondition(); });
-    }};
-    std::unique_ptr<suite::Login> login;
-    std::unique_ptr<entry::IProduct> product;
 };
 
 TEST_P(CardHandoverTest, AddedCardIsSavedAndTheListComesBackOnItsRow) {

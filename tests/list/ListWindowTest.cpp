@@ -13,6 +13,7 @@
 #include "suite/Prompter.h"
 #include "suite/qt/QtPrompter.h"
 #include "suite/qt/QtTranslations.h"
+#include "support/ListWindowSession.h"
 #include "support/TestAccount.h"
 #include "support/WindowTest.h"
 
@@ -69,40 +70,9 @@ void click(QTableView* view) {
 
 } // namespace
 
-class ListWindowTest : public test::BackendTest {
+class ListWindowTest : public test::DemoListWindowTest {
 protected:
-    void SetUp() override {
-        BackendTest::SetUp();
-        db = account->createDemo();
-    }
-    void TearDown() override {
-        if (product && product->session().running())
-            window()->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        product.reset();
-        login.reset();
-        db.reset();
-        BackendTest::TearDown();
-    }
-    list::ProductListWindow* open(const QString& user = QStringLiteral("demo")) {
-        QString error;
-        login = suite::Login::SignIn(account->url(), user, QString(), &error);
-        EXPECT_TRUE(login) << error.toStdString();
-        if (!login)
-            return nullptr;
-        product = std::make_unique<entry::IProduct>(prompter, windows);
-        product->Show(login.get());
-        return window();
-    }
-    list::ProductListWindow* window() {
-        return dynamic_cast<list::ProductListWindow*>(product->session().gListForm);
-    }
-    void closeWindow() {
-        window()->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        product.reset();
-        login.reset();
-    }
+    void closeWindow() { ui.close(); }
     int locks() { return db->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt(); }
     // The parent list's row of a BOM, by parent code and sales order ("" for none).
     int rowOf(list::ProductListWindow* w, const char* parent, const char* order = "") {
@@ -116,7 +86,8 @@ protected:
     }
     // The whole parent list in the window's order, in one query.
     db::Rows listed() {
-        const db::SqlCondition sql = list::BomList(product->session()).parentPage({}, {}, 1000000);
+        const db::SqlCondition sql =
+            list::BomList(ui.product().session()).parentPage({}, {}, 1000000);
         return db->query(sql.sql, sql.params);
     }
     QStringList storedLines(const QString& headerId) {
@@ -134,12 +105,6 @@ protected:
             codes << w->componentModel().value(row, QStringLiteral("cpscode")).toString();
         return codes;
     }
-
-    std::unique_ptr<db::Database> db;
-    suite::ScriptedPrompter prompter;
-    list::ProductListWindowFactory windows;
-    std::unique_ptr<suite::Login> login;
-    std::unique_ptr<entry::IProduct> product;
 };
 
 TEST_P(ListWindowTest, ShortcutsGoToTheOneDispatcher) {
@@ -237,7 +202,7 @@ TEST_P(ListWindowTest, ComponentListFollowsTheCurrentBomAndTheFilterStays) {
         prompter.prompts()[0].text.contains(QLatin1Char('\'') + before.at(1) + QLatin1Char('\'')));
     EXPECT_EQ(storedLines(id), before);
     // Answered Yes, the line goes, and the log names its columns as the lines' query does.
-    const db::SqlCondition lineQuery = list::BomList(product->session()).componentQuery(id);
+    const db::SqlCondition lineQuery = list::BomList(ui.product().session()).componentQuery(id);
     const QStringList named = db->query(lineQuery.sql, lineQuery.params).columns();
     EXPECT_EQ(w->currentLine()->columns, named);
     prompter.queueAnswer(suite::Prompter::Answer::Yes);
@@ -267,7 +232,7 @@ TEST_P(ListWindowTest, ColumnSettingsShowInTheList) {
     ASSERT_GT(memo, 0);
     EXPECT_FALSE(w->parentView()->isColumnHidden(memo));
     {
-        list::ColumnSettingsDialog dialog(product->session(), QStringLiteral("WLQDLBM"), w);
+        list::ColumnSettingsDialog dialog(ui.product().session(), QStringLiteral("WLQDLBM"), w);
         auto* list = dialog.findChild<QListWidget*>();
         ASSERT_TRUE(list);
         const auto found = list->findItems(QStringLiteral("备注"), Qt::MatchExactly);
@@ -284,7 +249,7 @@ TEST_P(ListWindowTest, ColumnSettingsShowInTheList) {
     EXPECT_EQ(w->parentModel().columnOf(QStringLiteral("iautoid")), 2);
     EXPECT_EQ(w->parentModel().rowCount(), 8);
     {
-        list::ColumnSettingsDialog dialog(product->session(), QStringLiteral("WLQDLBM"), w);
+        list::ColumnSettingsDialog dialog(ui.product().session(), QStringLiteral("WLQDLBM"), w);
         dialog.restoreDefault();
         EXPECT_TRUE(dialog.changed());
     }
@@ -302,10 +267,10 @@ TEST_P(ListWindowTest, ClosingEndsTheSessionOnce) {
     ASSERT_TRUE(exit);
     exit->trigger();
     EXPECT_EQ(locks(), 0);
-    EXPECT_EQ(login->shutDownCount(), 1);
-    EXPECT_FALSE(product->session().running());
+    EXPECT_EQ(ui.login().shutDownCount(), 1);
+    EXPECT_FALSE(ui.product().session().running());
     w->close(); // a second close before the window is gone changes nothing
-    EXPECT_EQ(login->shutDownCount(), 1);
+    EXPECT_EQ(ui.login().shutDownCount(), 1);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
@@ -850,20 +815,8 @@ protected:
         const test::ProcessResult shared = bomctl(
             {QStringLiteral("setting"), QStringLiteral("function-lock"), QStringLiteral("shared")});
         ASSERT_EQ(shared.status, 0) << shared.err.toStdString();
-        QString error;
-        login = suite::Login::SignIn(url, QStringLiteral("demo"), QString(), &error);
-        ASSERT_TRUE(login) << error.toStdString();
-        product = std::make_unique<entry::IProduct>(prompter, windows);
-        product->Show(login.get());
-        w = dynamic_cast<list::ProductListWindow*>(product->session().gListForm);
+        w = ui.open(url, QStringLiteral("demo"));
         ASSERT_TRUE(w);
-    }
-    void TearDown() override {
-        if (product && product->session().running())
-            w->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        product.reset();
-        login.reset();
     }
     test::ProcessResult bomctl(QStringList args) {
         args << QStringLiteral("--db") << url << QStringLiteral("--user") << QStringLiteral("demo");
@@ -887,10 +840,8 @@ protected:
     QTemporaryDir folder;
     QString path;
     QString url;
-    suite::ScriptedPrompter prompter;
-    list::ProductListWindowFactory windows;
-    std::unique_ptr<suite::Login> login;
-    std::unique_ptr<entry::IProduct> product;
+    test::ListWindowSession ui;
+    suite::ScriptedPrompter& prompter = ui.prompter;
     list::ProductListWindow* w = nullptr;
 };
 
