@@ -71,6 +71,13 @@ QString sizedUrl(const QString& url, int boms) {
     return boms == 100000 ? url : taggedUrl(url, QStringLiteral("%1k").arg(boms / 1000));
 }
 
+ListAccount listAccount(int argc, char** argv) {
+    const int boms = countArg(argc, argv, 2, 100000);
+    const QString url = sizedUrl(accountUrl(argc, argv), boms);
+    ensurePlanner(*openGeneratedAccount(url, boms));
+    return {url, QStringLiteral("%1k").arg(boms / 1000)};
+}
+
 QString accountUrl(int argc, char** argv) {
     return argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("sqlite:/tmp/bom-bench.db");
 }

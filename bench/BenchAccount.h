@@ -45,6 +45,14 @@ bomservice::BomCard newCard(const QString& parent, const QStringList& components
 // have a line he may not see; made once per account.
 void ensurePlanner(db::Database& db);
 
+// The generated account the list benchmarks read, sized by the count after the URL (default
+// 100,000 BOMs), with the planner on it.
+struct ListAccount {
+    QString url;
+    QString size; // "100k"
+};
+ListAccount listAccount(int argc, char** argv);
+
 // A running session of `user` on `url`; a refusal ends the benchmark with its reason.
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
                                                suite::ScriptedPrompter& prompter);

@@ -68,14 +68,7 @@ std::unique_ptr<entry::HeadlessSession> timedSignIn(const QString& url, const QS
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
-    const QString base = bench::accountUrl(argc, argv);
-    const int boms = bench::countArg(argc, argv, 2, 100000);
-    const QString url = bench::sizedUrl(base, boms);
-    {
-        auto db = bench::openGeneratedAccount(url, boms);
-        bench::ensurePlanner(*db);
-    }
-    const QString size = QStringLiteral("%1k").arg(boms / 1000);
+    const auto [url, size] = bench::listAccount(argc, argv);
     suite::ScriptedPrompter prompter;
     for (const QString& user : {QStringLiteral("demo"), QStringLiteral("planner")}) {
         auto session = timedSignIn(url, user, prompter);

@@ -266,14 +266,7 @@ void measureMemory(const QString& url, const QString& size) {
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    const QString base = bench::accountUrl(argc, argv);
-    const int boms = bench::countArg(argc, argv, 2, 100000);
-    const QString url = bench::sizedUrl(base, boms);
-    {
-        auto db = bench::openGeneratedAccount(url, boms);
-        bench::ensurePlanner(*db);
-    }
-    const QString size = QStringLiteral("%1k").arg(boms / 1000);
+    const auto [url, size] = bench::listAccount(argc, argv);
     {
         // His visible BOMs are worked out at his first sign-in, not in the figures.
         suite::ScriptedPrompter prompter;
