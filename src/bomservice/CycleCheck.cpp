@@ -136,16 +136,20 @@ bool CycleCheck::CheckCycleUp(const BomCard& card, const QString& componentCode,
                   reach);
 }
 
-bool CycleCheck::CheckDirectCycle(const QString& parentCode, const QString& componentCode,
-                                  const QString& parentTerm, const QString& componentTerm) {
+bool CycleCheck::HasDirectCycle(const QString& parentCode, const QString& componentCode) {
     if (db_.query(QStringLiteral("select CPSPCode from ProductStructure where CPSPCode=? LIMIT 1"),
                   {componentCode})
             .size() != 1)
-        return true;
-    if (db_.query(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=? and "
-                                 "cPSCode=? LIMIT 1"),
-                  {componentCode, parentCode})
-            .size() != 1)
+        return false;
+    return db_.query(QStringLiteral("select cPSCode from ProductStructures where cPSPCode=? and "
+                                    "cPSCode=? LIMIT 1"),
+                     {componentCode, parentCode})
+               .size() == 1;
+}
+
+bool CycleCheck::CheckDirectCycle(const QString& parentCode, const QString& componentCode,
+                                  const QString& parentTerm, const QString& componentTerm) {
+    if (!HasDirectCycle(parentCode, componentCode))
         return true;
     lastPath_ = {parentCode, componentCode};
     prompter_.ShowInfo(QStringLiteral("该") + componentTerm + QStringLiteral("已经作为") +

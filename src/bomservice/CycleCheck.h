@@ -34,6 +34,8 @@ public:
     bool CheckDirectCycle(const QString& parentCode, const QString& componentCode,
                           const QString& parentTerm = QStringLiteral("母件"),
                           const QString& componentTerm = QStringLiteral("子件"));
+    // The same question without a message, for callers that word the refusal themselves.
+    bool HasDirectCycle(const QString& parentCode, const QString& componentCode);
 
     // The cycle found last: the card's parent, then the way up that a depth-first walk taking
     // each item's parents in code order finds first, up to the component.

@@ -2,11 +2,17 @@
 
 #include "RowSet.h"
 
+#include <optional>
+
 namespace bom::bomservice {
 
-// Fills each body row's unitqty with ipsquantity / tdqtyd / iprodchangrate rounded to
-// `numDigits` decimals. Rows where either divisor is zero, or where the rounded quantity comes
-// out as zero, keep the unitqty they had.
+// The auxiliary quantity of one line: ipsquantity / tdqtyd / iprodchangrate rounded to
+// `numDigits` decimals; nothing when either divisor is zero or the rounded quantity is zero.
+std::optional<double> UnitQtyOf(double ipsquantity, double tdqtyd, double changeRate,
+                                int numDigits);
+
+// Fills each body row's unitqty with UnitQtyOf its quantities. Rows where it answers nothing
+// keep the unitqty they had.
 void ComputeUnitQty(RowSet& body, int numDigits);
 
 } // namespace bom::bomservice

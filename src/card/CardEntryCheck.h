@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -15,6 +16,7 @@ class Session;
 namespace bom::card {
 
 class VoucherControl;
+class CardEntryLookups;
 
 // Why a value was refused: the message box it shows.
 struct EntryRefusal {
@@ -65,13 +67,49 @@ public:
     void recomputeTotalCost();
 
 private:
-    class Lookups;
+    using Refusal = std::optional<EntryRefusal>;
+    class Edit; // values an entry writes, held back until every check has passed
+    // An item picked or typed into a line, with what its line takes from elsewhere.
+    struct Choice;
 
     void show(const EntryRefusal& refusal) const;
+    // The quote refused before any rule; a database failure refuses too, with its text.
+    Refusal guarded(const QString& value, const std::function<Refusal()>& rule);
+
+    Refusal headerRule(const QString& field, const QString& value);
+    Refusal parentRule(Edit& edit, const QString& value);
+    Refusal departmentRule(Edit& edit, const QString& value);
+    Refusal salesOrderRule(Edit& edit, const QString& value);
+    Refusal routingRule(Edit& edit, const QString& value);
+    Refusal routingVersionRule(Edit& edit, const QString& value);
+    Refusal costRule(Edit& edit, const QString& field, const QString& value);
+
+    Refusal bodyRule(int row, const QString& field, const QString& value);
+    Refusal componentRule(Edit& edit, const QString& value);
+    Refusal auxiliaryUnitRule(Edit& edit, const QString& value);
+    Refusal warehouseRule(Edit& edit, const QString& value);
+    Refusal codeRule(Edit& edit, const QString& field, const QString& value);
+    Refusal quantityRule(Edit& edit, const QString& field, const QString& value);
+    Refusal pieceRule(Edit& edit, const QString& value);
+    Refusal supplyTypeRule(Edit& edit, const QString& value);
+    Refusal substituteFlagRule(Edit& edit, const QString& value);
+
+    Refusal freeItemRule(Edit& edit, int number, const QString& itemCode, const QString& value);
+    Refusal userDefinedRule(Edit& edit, const QString& field, const QString& cls, int number,
+                            const QString& value);
+    Refusal definedValueRule(const QString& cls, const QString& item, const QString& value);
+
+    // The component checks before a line takes an item: empty, no parent, the parent itself,
+    // unknown.
+    Refusal choose(const QString& typed, Choice& choice);
+    enum class Fill { NamesOnly, KeepingEntries, Anew };
+    void fillLine(Edit& edit, const Choice& choice, Fill fill);
+    void recomputeUnitQty(Edit& edit, int groupType);
+    void recomputeMaterialCost(Edit& edit);
 
     entry::Session& session_;
     VoucherControl& card_;
-    std::unique_ptr<Lookups> lookups_;
+    std::unique_ptr<CardEntryLookups> lookups_;
 };
 
 } // namespace bom::card
