@@ -40,7 +40,11 @@ public:
 
     // Null for an unknown column or row.
     QVariant value(int row, const QString& column) const;
-    QString text(int row, const QString& column) const { return value(row, column).toString(); }
+    // "" for a null value: the PostgreSQL driver's typed null number would read as "0".
+    QString text(int row, const QString& column) const {
+        const QVariant v = value(row, column);
+        return v.isNull() ? QString() : v.toString();
+    }
     // Adds the column when absent.
     void setValue(int row, const QString& column, const QVariant& value);
     // By column index (from columnIndex), for loops over many rows: null for -1.
