@@ -33,6 +33,16 @@ const std::vector<ReferenceKind>& referenceKinds() {
          "COALESCE(iPlanPolicy,0)=0) and (bself=1 or bproxyforeign=1) and bInvType=0 and "
          "COALESCE(dEDate, ?) >= ? and ",
          true},
+        // Components may be bought as well as made, and any plan policy.
+        {{"cpscode"},
+         "InventoryRef",
+         "cInvCode,cInvName,cInvAddCode",
+         "Inventory",
+         " from Inventory left join ComputationUnit on ComputationUnit.cComUnitCode="
+         "Inventory.cComunitCode left join ComputationGroup on ComputationGroup.cGroupCode = "
+         "ComputationUnit.cGroupCode where bService=0 and bInvType=0 and "
+         "COALESCE(dEDate, ?) >= ? and ",
+         true},
         {{"cwhcode", "cwhname"},
          "WarehouseRef",
          "CWhCode,CWhName",

@@ -28,7 +28,8 @@ class ReferenceLookup {
 public:
     explicit ReferenceLookup(Session& session) : session_(session) {}
 
-    // An unknown field shows "没有设定参照！" and answers nothing.
+    // An unknown field shows "没有设定参照！" and answers nothing. "cpscode" is the item
+    // reference of a component: bought items too, not only made ones.
     std::optional<ReferenceQuery> ShowRef(const QString& fieldName, const QString& typedText);
     // The last reference opened, kept so paging and searching can reissue it.
     const std::optional<ReferenceQuery>& last() const { return last_; }

@@ -41,28 +41,34 @@ QString bareName(const QString& name) {
 
 } // namespace
 
+ReferenceDialog::Requery ReferenceDialog::byField(entry::Session& session, const QString& field) {
+    return [&session, field](const QString& text) -> std::optional<entry::ReferenceQuery> {
+        try {
+            return entry::ReferenceLookup(session).ShowRef(field, text);
+        } catch (const db::DbError& e) {
+            session.ShowInfo(e.message());
+            return std::nullopt;
+        }
+    };
+}
+
 std::optional<std::pair<QString, QString>> ReferenceDialog::choose(entry::Session& session,
                                                                    const QString& field,
                                                                    const QString& text,
                                                                    QWidget* parent) {
-    std::optional<entry::ReferenceQuery> query;
-    try {
-        query = entry::ReferenceLookup(session).ShowRef(field, text);
-    } catch (const db::DbError& e) {
-        session.ShowInfo(e.message());
-        return std::nullopt;
-    }
+    const Requery requery = byField(session, field);
+    const auto query = requery(text);
     if (!query)
         return std::nullopt;
-    ReferenceDialog dialog(session, field, *query, text, parent);
+    ReferenceDialog dialog(session, requery, *query, text, parent);
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return std::make_pair(dialog.code(), dialog.name());
 }
 
-ReferenceDialog::ReferenceDialog(entry::Session& session, const QString& field,
+ReferenceDialog::ReferenceDialog(entry::Session& session, Requery requery,
                                  entry::ReferenceQuery query, const QString& text, QWidget* parent)
-    : QDialog(parent), session_(session), field_(field), query_(std::move(query)) {
+    : QDialog(parent), session_(session), requery_(std::move(requery)), query_(std::move(query)) {
     setWindowTitle(QStringLiteral("参照"));
     auto* layout = new QVBoxLayout(this);
     auto* searchRow = new QHBoxLayout;
@@ -139,14 +145,13 @@ int ReferenceDialog::loadedRows() const {
     return rows_->rowCount();
 }
 
+void ReferenceDialog::setMultiSelection(bool on) {
+    rows_->setSelectionMode(on ? QAbstractItemView::ExtendedSelection
+                               : QAbstractItemView::SingleSelection);
+}
+
 void ReferenceDialog::search(const QString& text) {
-    std::optional<entry::ReferenceQuery> query;
-    try {
-        query = entry::ReferenceLookup(session_).ShowRef(field_, text);
-    } catch (const db::DbError& e) {
-        session_.ShowInfo(e.message());
-        return;
-    }
+    const auto query = requery_(text);
     if (!query)
         return;
     query_ = *query;
@@ -226,6 +231,12 @@ void ReferenceDialog::accept() {
     };
     code_ = text(0);
     name_ = text(1);
+    codes_.clear();
+    for (int r = 0; r < rows_->rowCount(); ++r)
+        if (rows_->item(r, 0) && rows_->item(r, 0)->isSelected())
+            codes_ << rows_->item(r, 0)->text();
+    if (codes_.isEmpty())
+        codes_ << code_;
     QDialog::accept();
 }
 

@@ -710,7 +710,9 @@ TEST_P(ListOutputTest, ReferenceDialogSearchesPagesAndPicks) {
 
     auto warehouses = entry::ReferenceLookup(s->session()).ShowRef(QStringLiteral("cWhCode"), {});
     ASSERT_TRUE(warehouses);
-    list::ReferenceDialog dialog(s->session(), QStringLiteral("cWhCode"), *warehouses, {});
+    list::ReferenceDialog dialog(
+        s->session(), list::ReferenceDialog::byField(s->session(), QStringLiteral("cWhCode")),
+        *warehouses, {});
     EXPECT_EQ(dialog.loadedRows(), 4);
     dialog.search(QStringLiteral("原料"));
     ASSERT_EQ(dialog.loadedRows(), 1);
@@ -726,7 +728,9 @@ TEST_P(ListOutputTest, ReferenceDialogSearchesPagesAndPicks) {
                      {5000 + i, QStringLiteral("ZZ%1").arg(i, 3, 10, QLatin1Char('0'))});
     auto items = entry::ReferenceLookup(s->session()).ShowRef(QStringLiteral("cInvCode"), {});
     ASSERT_TRUE(items);
-    list::ReferenceDialog itemDialog(s->session(), QStringLiteral("cInvCode"), *items, {});
+    list::ReferenceDialog itemDialog(
+        s->session(), list::ReferenceDialog::byField(s->session(), QStringLiteral("cInvCode")),
+        *items, {});
     EXPECT_EQ(itemDialog.loadedRows(), list::ReferenceDialog::kPageSize);
     EXPECT_TRUE(itemDialog.loadNextPage());
     EXPECT_EQ(itemDialog.loadedRows(), 2 * list::ReferenceDialog::kPageSize);
