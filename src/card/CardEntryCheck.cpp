@@ -12,6 +12,7 @@
 #include "suite/Prompter.h"
 
 #include <QDate>
+#include <QRegularExpression>
 
 namespace bom::card {
 namespace {
@@ -823,7 +824,7 @@ std::optional<entry::ReferenceQuery> CardEntryCheck::reference(const QString& fi
                 return lookups_->unitsOfItem(item, typedText);
             }
             if (name == QLatin1String("cpscode") || name == QLatin1String("cinvname"))
-                shared = QStringLiteral("cinvcode");
+                shared = QStringLiteral("cpscode");
             else if (name == QLatin1String("usedept"))
                 shared = QStringLiteral("cdepname");
         }
@@ -832,6 +833,17 @@ std::optional<entry::ReferenceQuery> CardEntryCheck::reference(const QString& fi
         show(refuse(e.message(), 16));
         return std::nullopt;
     }
+}
+
+bool CardEntryCheck::offersReference(const QString& field, bool header) {
+    static const QStringList headerFields{"cpspcode", "cinvname", "csocode",  "cdepcode",
+                                          "cdepname", "routcode", "routname", "croutsocode"};
+    static const QStringList bodyFields{
+        "cpscode", "cinvname", "ccaacomunitcode", "ccaacomunitname", "cwhcode",
+        "cwhname", "cdepcode", "usedept",         "cpersonname",     "cprocedurename"};
+    const QString name = field.trimmed().toLower();
+    static const QRegularExpression freeItem(QStringLiteral("^cfree([1-9]|10)$"));
+    return (header ? headerFields : bodyFields).contains(name) || freeItem.match(name).hasMatch();
 }
 
 void CardEntryCheck::recomputeTotalCost() {

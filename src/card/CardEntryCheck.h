@@ -62,6 +62,9 @@ public:
     std::optional<entry::ReferenceQuery> reference(const QString& field, int row,
                                                    const QString& typedText);
 
+    // Whether a field offers a reference list to pick from (a header field when `header`).
+    static bool offersReference(const QString& field, bool header);
+
     // The header's total standard cost from its labour and overhead and the lines' material
     // costs (empty values count as 0).
     void recomputeTotalCost();

@@ -1,6 +1,7 @@
 #include "VoucherSetWindow.h"
 
 #include "AttachmentsDialog.h"
+#include "CardEntryCheck.h"
 #include "CardPrinter.h"
 #include "CardTemplates.h"
 #include "CardTexts.h"
@@ -119,6 +120,7 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
     } catch (const db::DbError& e) {
         session_.prompter.info(e.message(), title(), 16);
     }
+    entryCheck_ = std::make_unique<CardEntryCheck>(session_, document_);
     voucher_ = std::make_unique<clsVoucher>(session_, document_, *this, navigator);
     // The substitutes' own card comes with the options subsystem.
     voucher_->openOptionsCard = [](const QString&, QString& error) {
@@ -161,6 +163,7 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
     tree_ = new QTreeWidget(splitter_);
     tree_->setHeaderHidden(true);
     view_ = new VoucherView(document_, splitter_);
+    view_->setEntryCheck(session_, *entryCheck_);
     view_->setAutoFillBackground(true);
     QPalette palette = view_->palette();
     palette.setColor(QPalette::Window, kCardColour);
@@ -189,6 +192,8 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
 }
 
 VoucherSetWindow::~VoucherSetWindow() {
+    // The view holds the document and its check, which go before the window's children do.
+    delete view_;
     if (qtPrompter_)
         qtPrompter_->setParent(prompterParent_);
 }
@@ -360,6 +365,9 @@ bool VoucherSetWindow::LoadCard(const QString& headerId) {
 
 bool VoucherSetWindow::ExecuteCommand(const QString& key, const QString& extra) {
     const bool done = voucher_->ExecuteCommand(key, extra);
+    // A removed line no longer counts in the total standard cost.
+    if (done && key.compare(QLatin1String("DELROW"), Qt::CaseInsensitive) == 0)
+        entryCheck_->recomputeTotalCost();
     afterCommand();
     return done;
 }

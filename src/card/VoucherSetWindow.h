@@ -28,6 +28,7 @@ class QtPrompter;
 
 namespace bom::card {
 
+class CardEntryCheck;
 class VoucherView;
 
 // The BOM card (frmVoucherSet): the BOM tree left of the card, the toolbar above. Every button,
@@ -123,6 +124,7 @@ private:
     entry::Session& session_;
     entry::DisplayTerms terms_;
     CardDocument document_;
+    std::unique_ptr<CardEntryCheck> entryCheck_;
     std::unique_ptr<clsVoucher> voucher_;
     suite::QtPrompter* qtPrompter_ = nullptr;
     QWidget* prompterParent_ = nullptr;

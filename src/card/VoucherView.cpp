@@ -1,6 +1,8 @@
 #include "VoucherView.h"
 
 #include "CardDocument.h"
+#include "CardEntryCheck.h"
+#include "list/ReferenceDialog.h"
 
 #include <QAbstractItemDelegate>
 #include <QAbstractTableModel>
@@ -9,10 +11,15 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QScopedValueRollback>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QSplitter>
+#include <QStyle>
+#include <QStyledItemDelegate>
 #include <QTableView>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace bom::card {
@@ -29,6 +36,9 @@ class VoucherView::BodyModel : public QAbstractTableModel {
 public:
     BodyModel(CardDocument& document, QObject* parent)
         : QAbstractTableModel(parent), document_(document) {}
+
+    // Where an entry goes when the card checks its entries; false when refused.
+    std::function<bool(int row, const QString& field, const QString& value)> enter;
 
     const std::vector<CardField>& fields() const { return fields_; }
 
@@ -97,8 +107,11 @@ public:
         if (role != Qt::EditRole || !index.isValid() || !editable())
             return false;
         const QString& field = fields_[std::size_t(index.column())].name;
-        if (document_.bodyText(index.row(), field) != value.toString())
-            document_.setBodyText(index.row(), field, value.toString());
+        if (document_.bodyText(index.row(), field) == value.toString())
+            return true;
+        if (enter)
+            return enter(index.row(), field, value.toString());
+        document_.setBodyText(index.row(), field, value.toString());
         return true;
     }
 
@@ -113,6 +126,26 @@ private:
     CardDocument& document_;
     std::vector<CardField> fields_;
     int rows_ = 0;
+};
+
+// A cell's editor offers the field's reference like a header field does.
+class VoucherView::CellDelegate : public QStyledItemDelegate {
+public:
+    CellDelegate(VoucherView& view, BodyModel& model)
+        : QStyledItemDelegate(&view), view_(view), model_(model) {}
+
+    QWidget* createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                          const QModelIndex& index) const override {
+        QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
+        if (auto* edit = qobject_cast<QLineEdit*>(editor))
+            view_.offerReference(edit, model_.fields()[std::size_t(index.column())].name,
+                                 index.row());
+        return editor;
+    }
+
+private:
+    VoucherView& view_;
+    BodyModel& model_;
 };
 
 VoucherView::VoucherView(CardDocument& document, QWidget* parent)
@@ -145,6 +178,9 @@ VoucherView::VoucherView(CardDocument& document, QWidget* parent)
     split->setStretchFactor(1, 1);
     connect(split, &QSplitter::splitterMoved, this, [this] { headerSized_ = true; });
 
+    body_->setItemDelegate(new CellDelegate(*this, *model_));
+    body_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(body_, &QWidget::customContextMenuRequested, this, &VoucherView::showLinesMenu);
     connect(body_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { followCurrentRow(); });
     document_.onChanged = [this] { refresh(); };
@@ -178,6 +214,7 @@ void VoucherView::rebuild() {
             edit->setAlignment(Qt::AlignRight);
         connect(edit, &QLineEdit::editingFinished, this,
                 [this, name = field.name] { headerEdited(name); });
+        offerReference(edit, field.name, -1);
         headerLayout_->addWidget(caption, slot / kHeaderColumns, 2 * (slot % kHeaderColumns));
         headerLayout_->addWidget(edit, slot / kHeaderColumns, 2 * (slot % kHeaderColumns) + 1);
         headerCaptions_.insert(field.name, caption);
@@ -238,10 +275,126 @@ void VoucherView::headerEdited(const QString& name) {
                      [&](const CardField& f) { return f.name == name; });
     const QString stored = document_.headerText(name);
     // Leaving a field untouched writes nothing, though it shows the value rounded.
-    if (edit->text() == stored ||
+    if (checking_ || edit->text() == stored ||
         (field != document_.layout().header.end() && edit->text() == field->text(stored)))
         return;
-    document_.setHeaderText(name, edit->text());
+    if (!check_) {
+        document_.setHeaderText(name, edit->text());
+        return;
+    }
+    bool accepted = false;
+    {
+        const QScopedValueRollback<bool> checking(checking_, true);
+        accepted = check_->headerEntry(name, edit->text());
+    }
+    if (accepted)
+        return;
+    refresh(); // the field shows its value again
+    edit->setFocus();
+    edit->selectAll();
+}
+
+bool VoucherView::enterCell(int row, const QString& field, const QString& value) {
+    if (checking_)
+        return false;
+    bool accepted = false;
+    {
+        const QScopedValueRollback<bool> checking(checking_, true);
+        accepted = check_->bodyEntry(row, field, value);
+    }
+    if (!accepted) {
+        // The operator stays in the cell, which shows its value again.
+        const int column = body_->currentIndex().column();
+        QTimer::singleShot(0, body_, [this, row, column] {
+            const QModelIndex cell = model_->index(row, column);
+            body_->setCurrentIndex(cell);
+            body_->edit(cell);
+        });
+    }
+    return accepted;
+}
+
+void VoucherView::setEntryCheck(entry::Session& session, CardEntryCheck& check) {
+    session_ = &session;
+    check_ = &check;
+    model_->enter = [this](int row, const QString& field, const QString& value) {
+        return enterCell(row, field, value);
+    };
+    rebuild();
+}
+
+void VoucherView::offerReference(QLineEdit* edit, const QString& field, int row) {
+    if (!check_ || !CardEntryCheck::offersReference(field, row < 0))
+        return;
+    QAction* button = edit->addAction(style()->standardIcon(QStyle::SP_FileDialogContentsView),
+                                      QLineEdit::TrailingPosition);
+    button->setToolTip(QStringLiteral("参照（F2）"));
+    auto open = [this, edit, field, row] {
+        if (document_.VoucherStatus() != 1 || edit->isReadOnly())
+            return;
+        // A cell's editor goes before the pick writes the line.
+        const int line = row < 0 ? -1 : body_->currentIndex().row();
+        if (row >= 0)
+            body_->setFocus();
+        openReference(field, line);
+    };
+    connect(button, &QAction::triggered, this, open);
+    auto* key = new QShortcut(QKeySequence(Qt::Key_F2), edit, open, Qt::WidgetShortcut);
+    Q_UNUSED(key);
+}
+
+std::optional<QStringList> VoucherView::pick(const QString& field, int row, const QString& typed,
+                                             bool several) {
+    const list::ReferenceDialog::Requery requery = [this, field, row](const QString& text) {
+        return check_->reference(field, row, text);
+    };
+    const auto query = requery(typed);
+    if (!query)
+        return std::nullopt;
+    list::ReferenceDialog dialog(*session_, requery, *query, typed, this);
+    dialog.setMultiSelection(several);
+    if (dialog.exec() != QDialog::Accepted || dialog.codes().isEmpty())
+        return std::nullopt;
+    return dialog.codes();
+}
+
+void VoucherView::openReference(const QString& field, int row) {
+    if (!check_ || document_.VoucherStatus() != 1)
+        return;
+    const bool component =
+        row >= 0 && (field == QLatin1String("cpscode") || field == QLatin1String("cinvname"));
+    const QString typed = row < 0 ? QString() : document_.bodyText(row, field);
+    const auto codes = pick(field, row, typed, component);
+    if (!codes)
+        return;
+    const QScopedValueRollback<bool> checking(checking_, true);
+    if (row < 0)
+        check_->headerEntry(field, codes->first());
+    else if (component)
+        check_->pickItems(row, *codes);
+    else
+        check_->bodyEntry(row, field, codes->first());
+}
+
+void VoucherView::fillAllLines(const QString& field) {
+    if (!check_ || document_.VoucherStatus() != 1 || document_.BodyRows() == 0)
+        return;
+    const auto codes = pick(field, 0, QString(), false);
+    if (!codes)
+        return;
+    const QScopedValueRollback<bool> checking(checking_, true);
+    check_->fillAllLines(field, codes->first());
+}
+
+void VoucherView::showLinesMenu(const QPoint& at) {
+    if (!check_ || document_.VoucherStatus() != 1 || document_.IsAggregateStatus())
+        return;
+    QMenu menu(this);
+    menu.addAction(QStringLiteral("批量输入用料车间"), this,
+                   [this] { fillAllLines(QStringLiteral("cdepcode")); });
+    menu.addAction(QStringLiteral("批量输入仓库"), this,
+                   [this] { fillAllLines(QStringLiteral("cwhcode")); });
+    menu.exec(body_->viewport()->mapToGlobal(at));
 }
 
 void VoucherView::followCurrentRow() {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QHash>
+#include <QStringList>
 #include <QWidget>
+#include <optional>
 
 class QGridLayout;
 class QLabel;
@@ -10,13 +12,21 @@ class QScrollArea;
 class QSplitter;
 class QTableView;
 
+namespace bom::entry {
+class Session;
+}
+
 namespace bom::card {
 
 class CardDocument;
+class CardEntryCheck;
 
 // The card as the operator sees it: the template's header fields above the grid of lines.
 // It draws the document, redraws whenever the document changes, and writes what the operator
-// types back into it; only an editable card (VoucherStatus 1) takes entries.
+// types back into it; only an editable card (VoucherStatus 1) takes entries. With an entry
+// check every entry passes it: a refused one shows its message and the field or cell keeps
+// its value and the focus; code fields then offer their reference list (F2 or the field's
+// button), and the lines' menu fills the department or warehouse of all lines.
 class VoucherView : public QWidget {
     Q_OBJECT
 public:
@@ -33,6 +43,14 @@ public:
     // The first shown line from `from` on with a visible cell containing `text`, or -1.
     int findRow(const QString& text, int from = 0) const;
 
+    void setEntryCheck(entry::Session& session, CardEntryCheck& check);
+    // The reference of a header field (`row` -1) or of a cell, what is picked entered through
+    // the check (several items at once fill several lines).
+    void openReference(const QString& field, int row);
+    // The department ("cdepcode") or warehouse ("cwhcode") of every line, picked from its
+    // reference.
+    void fillAllLines(const QString& field);
+
     QLineEdit* headerEdit(const QString& field) const { return headerEdits_.value(field); }
     QLabel* headerCaption(const QString& field) const { return headerCaptions_.value(field); }
     QTableView* body() const { return body_; }
@@ -42,10 +60,17 @@ protected:
 
 private:
     class BodyModel;
+    class CellDelegate;
 
     void fitHeader();
     void headerEdited(const QString& field);
     void followCurrentRow();
+    // A cell's entry through the check; false when refused (the cell is opened again).
+    bool enterCell(int row, const QString& field, const QString& value);
+    void offerReference(QLineEdit* edit, const QString& field, int row);
+    std::optional<QStringList> pick(const QString& field, int row, const QString& typed,
+                                    bool several);
+    void showLinesMenu(const QPoint& at);
 
     CardDocument& document_;
     QSplitter* split_ = nullptr;
@@ -56,6 +81,9 @@ private:
     QHash<QString, QLabel*> headerCaptions_;
     BodyModel* model_ = nullptr;
     QTableView* body_ = nullptr;
+    entry::Session* session_ = nullptr;
+    CardEntryCheck* check_ = nullptr;
+    bool checking_ = false; // a check's message box is up: focus changes are not entries
     bool refreshing_ = false;
     bool headerSized_ = false; // the operator has set the split between header and lines
 };

@@ -184,6 +184,56 @@ TEST_P(CardWindowTest, KeysActOnlyThroughEnabledButtons) {
     EXPECT_EQ(prompter().texts(), QStringList(2, QStringLiteral("是否保存对当前单据的编辑？")));
 }
 
+TEST_P(CardWindowTest, RefusedEntryKeepsItsOldValueAndTheFocus) {
+    auto w = open();
+    QTableView* body = w->view()->body();
+    press(body, Qt::Key_F8);
+    ASSERT_EQ(w->document().VoucherStatus(), 1) << prompter().texts().join('|').toStdString();
+    w->activateWindow();
+    QApplication::setActiveWindow(w.get());
+
+    // A cell: the quantity 0 is refused, the cell keeps its value and is open again.
+    int column = -1;
+    for (const card::CardField& shown : w->document().layout().body)
+        if (shown.visible && (++column, shown.name == QLatin1String("ipsquantity")))
+            break;
+    const QModelIndex cell = body->model()->index(1, column);
+    const QString before = w->document().bodyText(1, QStringLiteral("ipsquantity"));
+    body->setCurrentIndex(cell);
+    body->edit(cell);
+    auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+    ASSERT_TRUE(editor);
+    editor->setText(QStringLiteral("0"));
+    prompter().clear();
+    press(editor, Qt::Key_Return);
+    for (int i = 0; i < 5; ++i) // the editor opens again once the old one has closed
+        QCoreApplication::processEvents();
+    EXPECT_EQ(prompter().texts(), QStringList{QStringLiteral("基本用量分子必须大于0")});
+    EXPECT_EQ(w->document().bodyText(1, QStringLiteral("ipsquantity")), before);
+    EXPECT_EQ(body->currentIndex(), cell);
+    auto* reopened = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+    ASSERT_TRUE(reopened);
+    EXPECT_TRUE(body->viewport()->isAncestorOf(reopened)); // the cell's editor, open again
+    EXPECT_EQ(reopened->text(), before);
+    press(reopened, Qt::Key_Escape);
+
+    // A header field: a negative standard wage rate is refused the same way.
+    QLineEdit* rate = w->view()->headerEdit(QStringLiteral("fbzgzl"));
+    ASSERT_TRUE(rate);
+    rate->setFocus();
+    rate->setText(QStringLiteral("-1"));
+    prompter().clear();
+    emit rate->editingFinished();
+    EXPECT_EQ(prompter().texts(), QStringList{QStringLiteral("标准工资率必须大于等于0！")});
+    EXPECT_TRUE(rate->text().isEmpty()); // an empty figure shows empty on every database
+    EXPECT_TRUE(w->document().headerText(QStringLiteral("fbzgzl")).isEmpty());
+    EXPECT_EQ(QApplication::focusWidget(), rate);
+    // An accepted one is taken.
+    rate->setText(QStringLiteral("12"));
+    emit rate->editingFinished();
+    EXPECT_EQ(w->document().headerText(QStringLiteral("fbzgzl")).toDouble(), 12);
+}
+
 TEST_P(CardWindowTest, TreeRootStaysAndOtherNodesOpenTheirBom) {
     auto w = open();
     QTreeWidget* tree = w->tree();
@@ -331,6 +381,10 @@ TEST_P(CardHandoverTest, AddedCardIsSavedAndTheListComesBackOnItsRow) {
     list->setCurrentParentRow(frameRow);
     // A card the test leaves in edit closes without its edit.
     prompter.setFallbackAnswer(Answer::No);
+    // A made item without a BOM yet, for the new card's parent.
+    db->exec(QStringLiteral("INSERT INTO Inventory(iId, cInvCode, cInvName, cComunitCode, "
+                            "cGroupCode, bself) VALUES (900, 'BK300', '折叠自行车', 'SET', "
+                            "'G00', 1)"));
 
     QString opened;
     test::answerModals([&] { press(list->parentView(), Qt::Key_F5); },
@@ -341,7 +395,7 @@ TEST_P(CardHandoverTest, AddedCardIsSavedAndTheListComesBackOnItsRow) {
                            opened = w->windowTitle();
                            EXPECT_EQ(w->document().VoucherStatus(), 1);
                            QLineEdit* parent = w->view()->headerEdit(QStringLiteral("cpspcode"));
-                           parent->setText(QStringLiteral("SD100"));
+                           parent->setText(QStringLiteral("BK300"));
                            emit parent->editingFinished();
                            press(w->view()->body(), Qt::Key_I, Qt::ControlModifier);
                            type(*w, 0, QStringLiteral("cpscode"), QStringLiteral("RM100"));
@@ -355,7 +409,7 @@ TEST_P(CardHandoverTest, AddedCardIsSavedAndTheListComesBackOnItsRow) {
     EXPECT_EQ(opened, QStringLiteral("物料清单维护"));
     EXPECT_EQ(db->scalar(QStringLiteral("SELECT count(*) FROM ProductStructures s JOIN "
                                         "ProductStructure p ON p.iautoid=s.ipid WHERE "
-                                        "p.cpspcode='SD100' AND s.cpscode='RM100'"))
+                                        "p.cpspcode='BK300' AND s.cpscode='RM100'"))
                   .toInt(),
               1);
     // Reloaded with the new BOM, on the BOM it was on.
@@ -363,7 +417,7 @@ TEST_P(CardHandoverTest, AddedCardIsSavedAndTheListComesBackOnItsRow) {
     EXPECT_EQ(model.rowCount(), rows + 1);
     bool listed = false;
     for (int row = 0; row < model.rowCount(); ++row)
-        listed |= model.value(row, QStringLiteral("cpspcode")).toString() == QLatin1String("SD100");
+        listed |= model.value(row, QStringLiteral("cpspcode")).toString() == QLatin1String("BK300");
     EXPECT_TRUE(listed);
     ASSERT_TRUE(list->currentParent());
     EXPECT_EQ(list->currentParent()->text(QStringLiteral("iautoid")), kFrame);
