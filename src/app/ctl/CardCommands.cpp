@@ -5,12 +5,16 @@
 #include "bomservice/BomSaver.h"
 #include "bomservice/BomValidator.h"
 #include "bomservice/Guards.h"
+#include "card/CardDocument.h"
+#include "card/CardEntryCheck.h"
+#include "card/clsVoucher.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
 
 #include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 namespace bom::app {
 namespace {
@@ -169,6 +173,109 @@ int runSave(CtlContext& ctx) {
         {{"iautoid", id}, {"qzts", card->header.value(0, QStringLiteral("qzts")).toLongLong()}});
 }
 
+// One entry of `edit`: a header field, a cell of line `row` (from 0), or an item on a new line.
+struct CardEntry {
+    enum class Kind { Header, Line, AddLine } kind;
+    int row = -1;
+    QString field;
+    QString value;
+};
+
+std::optional<std::pair<QString, QString>> fieldAssignment(const QString& text) {
+    const int eq = text.indexOf(QLatin1Char('='));
+    if (eq <= 0)
+        return std::nullopt;
+    return std::make_pair(text.left(eq).trimmed().toLower(), text.mid(eq + 1));
+}
+
+// The entries in the order given; std::nullopt with the usage error reported.
+std::optional<std::vector<CardEntry>> cardEntries(CtlContext& ctx) {
+    std::vector<CardEntry> entries;
+    const auto given = ctx.args().occurrences(
+        {{QStringLiteral("--header"), 1}, {QStringLiteral("--line"), 2},
+         {QStringLiteral("--add-line"), 1}});
+    for (const CtlArgs::Occurrence& option : given) {
+        if (option.name == QLatin1String("--add-line")) {
+            entries.push_back({CardEntry::Kind::AddLine, -1, {}, option.values[0].trimmed()});
+            continue;
+        }
+        const auto assignment = fieldAssignment(option.values.last());
+        if (!assignment) {
+            ctx.usage(QStringLiteral("%1 应为 字段=值：%2").arg(option.name, option.values.last()));
+            return std::nullopt;
+        }
+        if (option.name == QLatin1String("--header")) {
+            entries.push_back({CardEntry::Kind::Header, -1, assignment->first, assignment->second});
+            continue;
+        }
+        bool ok = false;
+        const int line = option.values[0].toInt(&ok);
+        if (!ok || line < 1) {
+            ctx.usage(QStringLiteral("--line 需要从 1 起的行号：%1").arg(option.values[0]));
+            return std::nullopt;
+        }
+        entries.push_back({CardEntry::Kind::Line, line - 1, assignment->first, assignment->second});
+    }
+    return entries;
+}
+
+// Applies one entry through the card's checks; false when refused (its message shown) or
+// when the line does not exist.
+bool applyEntry(CtlContext& ctx, card::CardDocument& document, card::CardEntryCheck& check,
+                const CardEntry& entry) {
+    switch (entry.kind) {
+    case CardEntry::Kind::Header:
+        return check.headerEntry(entry.field, entry.value);
+    case CardEntry::Kind::Line:
+        if (entry.row >= document.BodyRows()) {
+            ctx.session().ShowInfo(QStringLiteral("卡片没有第%1行。").arg(entry.row + 1));
+            return false;
+        }
+        document.setCurrentRow(entry.row);
+        return check.bodyEntry(entry.row, entry.field, entry.value);
+    case CardEntry::Kind::AddLine:
+        document.AddLine();
+        if (check.pickItems(document.BodyRows() - 1, {entry.value}))
+            return true;
+        document.DelLine(document.BodyRows() - 1);
+        return false;
+    }
+    return false;
+}
+
+// The card file with entries applied as the window's checks take them; nothing is written.
+int runEdit(CtlContext& ctx) {
+    const auto entries = cardEntries(ctx);
+    if (!entries)
+        return ExitUsage;
+    int status = ExitOk;
+    const auto card = cardForSession(ctx, &status);
+    if (!card)
+        return status;
+    try {
+        card::CardDocument document(ctx.session());
+        bomservice::BomCardLoader loader(ctx.session());
+        const auto voucher = loader.LoadTemplate(QLatin1String(card::clsVoucher::kCardNumber));
+        if (!voucher ||
+            !document.applyTemplate(QLatin1String(card::clsVoucher::kCardNumber), voucher->DEF_ID))
+            return ctx.finish(ExitRefused);
+        document.setVoucherData(*card);
+        document.setVoucherStatus(1);
+        document.setEditStatus(1);
+        card::CardEntryCheck check(ctx.session(), document);
+        for (const CardEntry& entry : *entries)
+            if (!applyEntry(ctx, document, check, entry))
+                return ctx.finish(ExitRefused);
+        const QJsonObject edited = cardToJson(document.getVoucherData());
+        if (ctx.json())
+            return ctx.finish(ExitOk, {{"card", edited}});
+        ctx.printLine(QString::fromUtf8(QJsonDocument(edited).toJson()));
+        return ctx.finish(ExitOk);
+    } catch (const db::DbError& e) {
+        return ctx.fail(ExitDatabase, e.message());
+    }
+}
+
 int runCardDelete(CtlContext& ctx) {
     const auto version = ctx.args().option(QStringLiteral("--qzts"));
     const auto words = ctx.positional(1, 1);
@@ -210,6 +317,11 @@ std::vector<Command> cardCommands() {
          "              lines without autoid are added, changed lines modified, stored lines\n"
          "              missing from the file deleted)",
          runSave},
+        {"edit",
+         "edit FILE [--header FIELD=VALUE]… [--line N FIELD=VALUE]… [--add-line ITEM]…\n"
+         "              (applies the entries in order through the card's entry checks and\n"
+         "              prints the card; N counts lines from 1; nothing is written: save does)",
+         runEdit},
         {"card-delete", "card-delete IAUTOID [--qzts N]", runCardDelete},
     };
 }

@@ -1,5 +1,7 @@
 #include "CtlArgs.h"
 
+#include <algorithm>
+
 namespace bom::app {
 
 std::optional<QString> CtlArgs::option(const QString& name) {
@@ -30,6 +32,28 @@ QStringList CtlArgs::options(const QString& name) {
         }
     }
     return values;
+}
+
+std::vector<CtlArgs::Occurrence>
+CtlArgs::occurrences(const std::vector<std::pair<QString, int>>& arities) {
+    std::vector<Occurrence> found;
+    for (int i = 0; i < words_.size();) {
+        const auto arity = std::find_if(arities.begin(), arities.end(),
+                                        [&](const auto& a) { return a.first == words_[i]; });
+        if (arity == arities.end()) {
+            ++i;
+            continue;
+        }
+        if (i + arity->second >= words_.size()) {
+            missingValue_ = true;
+            missingName_ = arity->first;
+            words_.remove(i, words_.size() - i);
+            break;
+        }
+        found.push_back({arity->first, words_.mid(i + 1, arity->second)});
+        words_.remove(i, arity->second + 1);
+    }
+    return found;
 }
 
 bool CtlArgs::flag(const QString& name) {

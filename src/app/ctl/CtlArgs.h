@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace bom::app {
 
@@ -15,6 +17,13 @@ public:
     std::optional<QString> option(const QString& name); // "--name VALUE" or "--name=VALUE"
     QStringList options(const QString& name);           // every occurrence, in order
     bool flag(const QString& name);
+    // Every occurrence of several options, in the order given on the line, each with its
+    // `arity` values ("--line 2 FIELD=VALUE" has two). A missing value sets missingValue().
+    struct Occurrence {
+        QString name;
+        QStringList values;
+    };
+    std::vector<Occurrence> occurrences(const std::vector<std::pair<QString, int>>& arities);
     // Positional words; sets `error` when an unknown option remains.
     QStringList positional(QString* error) const;
     bool missingValue() const { return missingValue_; }
