@@ -151,7 +151,11 @@ bool CardEntryCheck::bodyEntry(int row, const QString& field, const QString& val
 
 std::optional<EntryRefusal> CardEntryCheck::checkHeader(const QString& field,
                                                         const QString& value) {
-    return guarded(value, [&] { return headerRule(field.trimmed().toLower(), value); });
+    return guarded(value, [&]() -> Refusal {
+        if (!takesEntry(field, true))
+            return refuse(Texts::filledBySystem());
+        return headerRule(field.trimmed().toLower(), value);
+    });
 }
 
 std::optional<EntryRefusal> CardEntryCheck::checkBody(int row, const QString& field,
@@ -159,6 +163,8 @@ std::optional<EntryRefusal> CardEntryCheck::checkBody(int row, const QString& fi
     return guarded(value, [&]() -> Refusal {
         if (row < 0 || row >= card_.BodyRows())
             return refuse(CardTexts::chooseLine());
+        if (!takesEntry(field, false))
+            return refuse(Texts::filledBySystem());
         return bodyRule(row, field.trimmed().toLower(), value);
     });
 }
@@ -833,6 +839,16 @@ std::optional<entry::ReferenceQuery> CardEntryCheck::reference(const QString& fi
         show(refuse(e.message(), 16));
         return std::nullopt;
     }
+}
+
+bool CardEntryCheck::takesEntry(const QString& field, bool header) {
+    // Keys, versions, approval, the stop flag and what follows from the item or the lines.
+    static const QStringList headerFields{"iautoid",   "id",      "qzts",  "ccheck",
+                                          "bstopflag", "cinvstd", "fbzcb", "ivtid"};
+    static const QStringList bodyFields{"autoid",       "ipid",      "psid",
+                                        "editprop",     "cinvstd",   "cinvaddcode",
+                                        "ccomunitname", "childguid", "cpspcode"};
+    return !(header ? headerFields : bodyFields).contains(field.trimmed().toLower());
 }
 
 bool CardEntryCheck::offersReference(const QString& field, bool header) {

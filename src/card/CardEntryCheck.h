@@ -62,6 +62,9 @@ public:
     std::optional<entry::ReferenceQuery> reference(const QString& field, int row,
                                                    const QString& typedText);
 
+    // Whether the operator may enter a field at all: keys, versions, the approval, the stop flag
+    // and what the item or the lines fill are the system's ("该项由系统填写，不能修改！").
+    static bool takesEntry(const QString& field, bool header);
     // Whether a field offers a reference list to pick from (a header field when `header`).
     static bool offersReference(const QString& field, bool header);
 

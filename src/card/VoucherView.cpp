@@ -98,7 +98,8 @@ public:
 
     Qt::ItemFlags flags(const QModelIndex& index) const override {
         Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-        if (editable())
+        if (editable() && (!enter || CardEntryCheck::takesEntry(
+                                         fields_[std::size_t(index.column())].name, false)))
             flags |= Qt::ItemIsEditable;
         return flags;
     }
@@ -252,7 +253,7 @@ void VoucherView::refresh() {
         const QString text = field.text(document_.headerText(field.name));
         if (edit->text() != text)
             edit->setText(text);
-        edit->setReadOnly(!editable);
+        edit->setReadOnly(!editable || (check_ && !CardEntryCheck::takesEntry(field.name, true)));
     }
     model_->refresh();
     const int row = document_.IsAggregateStatus() ? -1 : document_.currentRow();

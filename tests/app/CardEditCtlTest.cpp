@@ -97,6 +97,11 @@ TEST_P(CardEditCtlTest, TheFirstRefusalStopsWithTheChecksMessage) {
     EXPECT_EQ(unknown.status, 1);
     EXPECT_TRUE(unknown.out.contains(QStringLiteral("存货中不存在该子件!")));
 
+    // What the system fills is not entered: the approver, for one.
+    const auto approver = edit({QStringLiteral("--header"), QStringLiteral("ccheck=demo")});
+    EXPECT_EQ(approver.status, 1);
+    EXPECT_TRUE(approver.out.contains(QStringLiteral("该项由系统填写，不能修改！")));
+
     const auto missing =
         edit({QStringLiteral("--line"), QStringLiteral("9"), QStringLiteral("ipsquantity=1")});
     EXPECT_EQ(missing.status, 1);
