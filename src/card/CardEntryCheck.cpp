@@ -6,6 +6,7 @@
 #include "VoucherControl.h"
 #include "bomservice/UnitQty.h"
 #include "db/DbError.h"
+#include "entry/BomIdentity.h"
 #include "entry/Format.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
@@ -121,7 +122,8 @@ CardEntryCheck::CardEntryCheck(entry::Session& session, VoucherControl& card)
 CardEntryCheck::~CardEntryCheck() = default;
 
 void CardEntryCheck::show(const EntryRefusal& refusal) const {
-    session_.prompter.info(refusal.text, refusal.title, refusal.style);
+    if (!refusal.text.isEmpty()) // a declined question has said all there is
+        session_.prompter.info(refusal.text, refusal.title, refusal.style);
 }
 
 CardEntryCheck::Refusal CardEntryCheck::guarded(const QString& value,
@@ -713,11 +715,29 @@ CardEntryCheck::Refusal CardEntryCheck::supplyTypeRule(Edit& edit, const QString
     return std::nullopt;
 }
 
-// Only the two words for now: asking before a line's substitutes are dropped and refusing the
-// flag on a component with a BOM of its own come with the substitutes card.
+// Turning substitutes off drops a saved line's substitutes with the save, so it is asked
+// first; a made component (one with a BOM of its own for the line's order and free items) is
+// never substituted.
 CardEntryCheck::Refusal CardEntryCheck::substituteFlagRule(Edit& edit, const QString& value) {
     if (value != kYes && value != kNo)
         return refuse(Texts::wrongEntry());
+    if (value == kNo) {
+        const QString line = edit.code(QStringLiteral("autoid"));
+        if (edit.text(QStringLiteral("replaceflag")) != kNo && !line.isEmpty() &&
+            entry::VoucherHelpers::HasSubstitutes(*session_.gConn, line) &&
+            session_.prompter.ask(Texts::dropSubstitutes(), CardTexts::title(), 36) !=
+                suite::Prompter::Answer::Yes)
+            return EntryRefusal{}; // declined: nothing more to say
+    } else {
+        entry::BomIdentity component;
+        component.code = edit.code(QStringLiteral("cpscode"));
+        component.salesOrder = edit.code(QStringLiteral("csocode"));
+        for (int n = 1; n <= 10; ++n)
+            component.free[std::size_t(n - 1)] = edit.code(QStringLiteral("cfree%1").arg(n));
+        if (!component.code.isEmpty() &&
+            !entry::VoucherHelpers::IsBomMissing(*session_.gConn, component))
+            return refuse(Texts::madeNotSubstituted());
+    }
     edit.set(QStringLiteral("replaceflag"), value);
     return std::nullopt;
 }

@@ -18,7 +18,8 @@ namespace bom::card {
 class VoucherControl;
 class CardEntryLookups;
 
-// Why a value was refused: the message box it shows.
+// Why a value was refused: the message box it shows (none when the operator declined a
+// question, which is reason enough).
 struct EntryRefusal {
     QString text;
     QString title;
@@ -50,7 +51,7 @@ public:
     bool fillAllLines(const QString& field, const QString& value);
 
     // The same checks without showing anything: what was refused, or nothing when accepted
-    // (and written).
+    // (and written). Turning a saved line's substitutes off still asks its question.
     std::optional<EntryRefusal> checkHeader(const QString& field, const QString& value);
     std::optional<EntryRefusal> checkBody(int row, const QString& field, const QString& value);
 

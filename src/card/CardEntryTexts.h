@@ -11,6 +11,10 @@ struct CardEntryTexts {
     static QString badCharacter() { return QStringLiteral("请输入合法字符！"); }
     static QString notANumber() { return QStringLiteral("输入数值为非法，请重新输入！"); }
     static QString wrongEntry() { return QStringLiteral("输入错误！"); }
+    static QString dropSubstitutes() {
+        return QStringLiteral("将替换属性改成否系统将自动清除相应的替换件，是否继续？");
+    }
+    static QString madeNotSubstituted() { return QStringLiteral("半成品、成品应不能替代。"); }
     static QString filledBySystem() { return QStringLiteral("该项由系统填写，不能修改！"); }
     static QString userDefinitionsUnread() { return QStringLiteral("初始化自定义项组件失败！"); }
     static QString userValueRefused() { return QStringLiteral("合法性检查失败！"); }

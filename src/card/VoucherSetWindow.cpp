@@ -182,6 +182,9 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
     connect(splitter_, &QSplitter::splitterMoved, this, [this] { saveSplitter(); });
     connect(tree_, &QTreeWidget::itemClicked, this,
             [this](QTreeWidgetItem* item) { treeClicked(item); });
+    // The substitutes button follows the current line's flag, the picture the current item.
+    connect(view_, &VoucherView::shown, this,
+            [this] { setToolbarEnabled(voucher_->enabledButtons()); });
 
     if (const auto& card = voucher_->voucherTemplate())
         title_->setText(card->cCardName);

@@ -265,6 +265,7 @@ void VoucherView::refresh() {
     } else if (body_->currentIndex().isValid()) {
         body_->setCurrentIndex({});
     }
+    emit shown();
 }
 
 void VoucherView::headerEdited(const QString& name) {

@@ -55,6 +55,10 @@ public:
     QLabel* headerCaption(const QString& field) const { return headerCaptions_.value(field); }
     QTableView* body() const { return body_; }
 
+signals:
+    // The document changed and has been drawn (a moved current line, an entry taken).
+    void shown();
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
 

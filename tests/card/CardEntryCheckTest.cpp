@@ -387,4 +387,51 @@ TEST_P(CardEntryCheckTest, UserDefinedAndFreeItemsFollowTheirDefinitions) {
     EXPECT_EQ(unread->text, QStringLiteral("初始化自定义项组件失败！"));
 }
 
+
+TEST_P(CardEntryCheckTest, SubstituteFlagAsksBeforeDroppingAndRefusesMadeComponents) {
+    using Answer = suite::Prompter::Answer;
+    const auto rowOf = [&](const char* component) {
+        for (int row = 0; row < card->BodyRows(); ++row)
+            if (line(row, "cpscode") == QLatin1String(component))
+                return row;
+        return -1;
+    };
+    load(QStringLiteral("{68A4B30F-4353-573A-8925-97479D304B80}")); // FR100: TU100 has one
+    const int tube = rowOf("TU100");
+    const int paint = rowOf("PT100");
+    ASSERT_GE(tube, 0);
+    ASSERT_GE(paint, 0);
+    ASSERT_EQ(line(tube, "replaceflag"), QStringLiteral("是"));
+    prompter().clear();
+    prompter().queueAnswer(Answer::No);
+    EXPECT_FALSE(body(tube, "replaceflag", QStringLiteral("否")));
+    ASSERT_EQ(prompter().prompts().size(), 1u); // the question, nothing after it
+    EXPECT_EQ(prompter().prompts()[0].text,
+              QStringLiteral("将替换属性改成否系统将自动清除相应的替换件，是否继续？"));
+    EXPECT_TRUE(prompter().prompts()[0].question);
+    EXPECT_EQ(line(tube, "replaceflag"), QStringLiteral("是"));
+    prompter().queueAnswer(Answer::Yes);
+    EXPECT_TRUE(body(tube, "replaceflag", QStringLiteral("否")));
+    EXPECT_EQ(line(tube, "replaceflag"), QStringLiteral("否"));
+    // Without substitutes, or on a line never saved, nothing is asked.
+    prompter().clear();
+    EXPECT_TRUE(body(paint, "replaceflag", QStringLiteral("是")));
+    EXPECT_TRUE(body(paint, "replaceflag", QStringLiteral("否")));
+    card->AddLine();
+    const int fresh = card->BodyRows() - 1;
+    ASSERT_TRUE(check->pickItems(fresh, {QStringLiteral("TU101")}));
+    EXPECT_TRUE(body(fresh, "replaceflag", QStringLiteral("是")));
+    EXPECT_TRUE(body(fresh, "replaceflag", QStringLiteral("否")));
+    EXPECT_TRUE(prompter().prompts().empty());
+
+    // A made component is not substituted, unless its BOM is for another sales order.
+    load(kCityBike);
+    const int frame = rowOf("FR100");
+    ASSERT_GE(frame, 0);
+    refused([&] { return body(frame, "replaceflag", QStringLiteral("是")); },
+            QStringLiteral("半成品、成品应不能替代。"));
+    ASSERT_TRUE(body(frame, "csocode", QStringLiteral("SO-OTHER")));
+    EXPECT_TRUE(body(frame, "replaceflag", QStringLiteral("是")));
+}
+
 BOM_INSTANTIATE_BACKENDS(CardEntryCheckTest);
