@@ -270,7 +270,7 @@ void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {
 bool BomSaver::writeLines(BomCard& card, RowWriter& writer) {
     db::Database& db = *session_.gConn;
     const std::vector<int> rows = card.lines.addedOrModifiedRows();
-    if (!writer.WriteLines(QStringLiteral("ProductStructures"), card.lines, rows,
+    if (!writer.WriteLines(BodyTable::lines(), card.lines, rows,
                            card.header.value(0, QStringLiteral("ID"))))
         return false;
     const int autoidCell = card.lines.columnIndex(QStringLiteral("autoid"));
