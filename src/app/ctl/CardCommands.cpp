@@ -7,7 +7,6 @@
 #include "bomservice/Guards.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
-#include "entry/VoucherHelpers.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -73,13 +72,6 @@ bool passesCardChecks(CtlContext& ctx, const BomCard& card, int mode) {
     return false;
 }
 
-bool marksItsEdits(const BomCard& card) {
-    for (int row : card.lines.allRows())
-        if (!card.lines.editprop(row).isEmpty())
-            return true;
-    return false;
-}
-
 // A file that marks no line is the whole card: lines without autoid are added, lines that
 // differ from the stored ones modified, stored lines missing from the file deleted.
 bool markAgainstStored(CtlContext& ctx, BomCard& card) {
@@ -90,36 +82,7 @@ bool markAgainstStored(CtlContext& ctx, BomCard& card) {
                 : std::nullopt;
     if (!stored)
         return false;
-    QHash<qlonglong, int> storedRow;
-    for (int row : stored->lines.allRows())
-        storedRow.insert(stored->lines.value(row, QStringLiteral("autoid")).toLongLong(), row);
-    for (int row : card.lines.allRows()) {
-        const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
-        if (autoid.toString().trimmed().isEmpty()) {
-            card.lines.setEditprop(row, QStringLiteral("A"));
-            continue;
-        }
-        const auto found = storedRow.find(autoid.toLongLong());
-        if (found == storedRow.end()) { // gone meanwhile: the save reports it
-            card.lines.setEditprop(row, QStringLiteral("M"));
-            continue;
-        }
-        const int before = *found;
-        storedRow.erase(found);
-        for (const auto& column : card.lines.columns())
-            if (column.name != QLatin1String("editprop") && stored->lines.hasColumn(column.name) &&
-                !entry::VoucherHelpers::SameValue(card.lines.value(row, column.name),
-                                                  stored->lines.value(before, column.name))) {
-                card.lines.setEditprop(row, QStringLiteral("M"));
-                break;
-            }
-    }
-    for (int before : storedRow) {
-        const int row = card.lines.appendRow();
-        for (const auto& column : stored->lines.columns())
-            card.lines.setValue(row, column.name, stored->lines.value(before, column.name));
-        card.lines.setEditprop(row, QStringLiteral("D"));
-    }
+    card.lines.markAgainst(stored->lines, QStringLiteral("autoid"));
     return true;
 }
 
@@ -155,7 +118,7 @@ int runSave(CtlContext& ctx) {
         return status;
     const int mode = modeOf(*card);
     if (!passesCardChecks(ctx, *card, mode) ||
-        (mode == 1 && !marksItsEdits(*card) && !markAgainstStored(ctx, *card)))
+        (mode == 1 && !card->lines.hasEditMarks() && !markAgainstStored(ctx, *card)))
         return ctx.finish(ExitRefused);
     QString result;
     QString error;
