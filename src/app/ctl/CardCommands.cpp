@@ -8,33 +8,12 @@
 #include "db/DbError.h"
 #include "entry/Session.h"
 
-#include <QFile>
 #include <QJsonArray>
 
 namespace bom::app {
 namespace {
 
 using bomservice::BomCard;
-
-constexpr qint64 kMaxCardFile = 64 * 1024 * 1024;
-
-// The whole file, or nothing with `error` set: a card file is never allowed to exhaust memory.
-std::optional<QByteArray> readCardFile(const QString& path, QString* error) {
-    QFile file;
-    const bool opened = path == QLatin1String("-")
-                            ? file.open(stdin, QIODevice::ReadOnly)
-                            : (file.setFileName(path), file.open(QIODevice::ReadOnly));
-    if (!opened) {
-        *error = QStringLiteral("无法读取卡片文件：%1").arg(path);
-        return std::nullopt;
-    }
-    const QByteArray bytes = file.read(kMaxCardFile + 1);
-    if (bytes.size() > kMaxCardFile) {
-        *error = QStringLiteral("卡片文件超过 64 MiB，不予读取：%1").arg(path);
-        return std::nullopt;
-    }
-    return bytes;
-}
 
 // The card file named by the one argument, in the form `bomctl show` prints ("-" reads
 // standard input), with the session started; `status` says why there is none.
@@ -45,8 +24,7 @@ std::optional<BomCard> cardForSession(CtlContext& ctx, int* status) {
         return std::nullopt;
     }
     QString error;
-    const auto bytes = readCardFile(words->first(), &error);
-    auto card = bytes ? cardFromJson(*bytes, &error) : std::nullopt;
+    auto card = cardFromFile(words->first(), &error);
     if (!card)
         *status = ctx.fail(ExitUsage, error);
     else if ((*status = ctx.startSession()))
