@@ -28,6 +28,11 @@ public:
     static constexpr const char* kLineRemoved = "line-remove";
     static constexpr const char* kLineChanged = "line-change"; // a line's field changed
     static constexpr const char* kDeleted = "delete";          // the BOM deleted (one entry)
+    // A line's substitutes: added, removed (the substitute's code as new or old value) or
+    // changed field by field; their `line` is "<line autoid>/<compsubid>".
+    static constexpr const char* kOptionAdded = "option-add";
+    static constexpr const char* kOptionRemoved = "option-remove";
+    static constexpr const char* kOptionChanged = "option-change";
 
     // Values as stored (flags as their numbers). A new BOM's entry carries its parent code as
     // the new value, a deleted one's as the old; an added line its component as the new value,
