@@ -15,7 +15,8 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, printCommands})
+    for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands,
+                       printCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -38,6 +39,8 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  list, lines, ref: columns, rows (ref: page; a failure met while listing: error)");
     std::puts("  show: card, or xml with --format xml    save: iautoid, qzts (refused: result)");
     std::puts("  validate: cycle_path when a cycle was found    card-delete: iautoid");
+    std::puts("  options: card, or xml with --format xml");
+    std::puts("  options-save: autoid, qzts (the BOM's version), compsubid (refused: result)");
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
     std::puts("  copy: iautoid (the copy asked for), created (every copy, top first)");
     std::puts("  history: rows (time, user, kind, field, old, new, line; newest first)");

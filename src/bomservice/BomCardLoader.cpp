@@ -18,7 +18,7 @@ const QString kTitle = ServiceTexts::title();
 bool isExemptFromRequired(const QString& field) {
     const QString upper = field.toUpper();
     return upper == QLatin1String("IAUTOID") || upper == QLatin1String("AUTOID") ||
-           upper == QLatin1String("QZTS");
+           upper == QLatin1String("QZTS") || upper == QLatin1String("COMPSUBID");
 }
 
 bool isEmptyValue(const QVariant& value) {
@@ -111,20 +111,31 @@ BomCard BomCardLoader::NewCard(const VoucherTemplate& card) {
 std::optional<BomCard> BomCardLoader::LoadBom(const VoucherTemplate& card,
                                               const QString& headerId) {
     if (!BomAccess(session_).MayTouch(headerId)) {
-        fail(QStringLiteral("单据加载失败，请刷新后重试！"));
+        reportGone();
         return std::nullopt;
     }
+    return readCard(card, QStringLiteral("iautoid"), QStringLiteral("ipid"), headerId,
+                    QStringLiteral("autoid as oldautoid,'' as editprop"), QStringLiteral("autoid"));
+}
+
+BomCard BomCardLoader::readCard(const VoucherTemplate& card, const QString& headerKey,
+                                const QString& bodyKey, const QVariant& id,
+                                const QString& bodyExtra, const QString& bodyOrder) {
     BomCard out;
-    out.header = RowSet::fromRows(db_.query(QStringLiteral("Select %1 from %2 where iautoid=?")
-                                                .arg(columnList(card.BTQName), card.BTQName),
-                                            {headerId}));
+    out.header =
+        RowSet::fromRows(db_.query(QStringLiteral("Select %1 from %2 where %3=?")
+                                       .arg(columnList(card.BTQName), card.BTQName, headerKey),
+                                   {id}));
     if (card.HaveBodyGrid)
         out.lines = RowSet::fromRows(db_.query(
-            QStringLiteral("Select %1,autoid as oldautoid,'' as editprop from %2 where ipid=? "
-                           "order by autoid")
-                .arg(columnList(card.BWQName), card.BWQName),
-            {headerId}));
+            QStringLiteral("Select %1,%2 from %3 where %4=? order by %5")
+                .arg(columnList(card.BWQName), bodyExtra, card.BWQName, bodyKey, bodyOrder),
+            {id}));
     return out;
+}
+
+void BomCardLoader::reportGone() {
+    fail(ServiceTexts::loadFailed());
 }
 
 bool BomCardLoader::CheckRequired(const BomCard& card, int templateId) {

@@ -55,6 +55,13 @@ public:
     // "单据加载失败，请刷新后重试！" when the BOM is gone or hidden from the operator. Lines start
     // unchanged, with their autoid as oldautoid.
     std::optional<BomCard> LoadBom(const VoucherTemplate& card, const QString& headerId);
+    // The rows of a card read by one key: the header view where `headerKey` equals `id`, the
+    // body view where `bodyKey` does, with the `bodyExtra` columns added, in `bodyOrder`.
+    // Keys, extra columns and order are the caller's SQL text, never a value.
+    BomCard readCard(const VoucherTemplate& card, const QString& headerKey, const QString& bodyKey,
+                     const QVariant& id, const QString& bodyExtra, const QString& bodyOrder);
+    // What a card whose BOM is gone or hidden says: "单据加载失败，请刷新后重试！".
+    void reportGone();
 
     // The first required field left empty is reported as its caption + "为必填项！".
     bool CheckRequired(const BomCard& card, int templateId);

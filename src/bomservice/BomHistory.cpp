@@ -14,13 +14,13 @@ namespace {
 const QString kTimeFormat = QStringLiteral("yyyy-MM-dd HH:mm:ss");
 
 // Keys, row versions and what the save copies or links by itself are never an operator's edit;
-// a line's parent code and header key follow the header.
-bool isBookkeeping(const QString& column, bool isLine) {
-    if (RowWriter::WrittenBySomethingElse(column, isLine))
-        return true;
-    if (isLine)
-        return column == QLatin1String("ipid") || column == QLatin1String("cpspcode");
-    return column == QLatin1String("iautoid");
+// what a row copies from its header follows the header. `rows` null: the header.
+bool isBookkeeping(const QString& column, const BodyTable* rows) {
+    if (!rows)
+        return RowWriter::WrittenBySomethingElse(column, false) ||
+               column == QLatin1String("iautoid");
+    return rows->writtenBySomethingElse(column) ||
+           rows->fromHeader.contains(column, Qt::CaseInsensitive);
 }
 
 // A column both row sets carry, looked up once for all rows.
@@ -32,11 +32,12 @@ struct Compared {
     bool flag = false;    // shown as a word, stored as a number
 };
 
-std::vector<Compared> comparedColumns(const RowSet& stored, const RowSet& saved, bool isLine) {
+std::vector<Compared> comparedColumns(const RowSet& stored, const RowSet& saved,
+                                      const BodyTable* rows) {
     std::vector<Compared> out;
     for (const RowSetColumn& column : stored.columns()) {
         const int shown = saved.columnIndex(column.name);
-        if (shown < 0 || isBookkeeping(column.name, isLine))
+        if (shown < 0 || isBookkeeping(column.name, rows))
             continue;
         const bool numbers =
             column.type != QLatin1String("string") && column.type != QLatin1String("dateTime");
@@ -107,34 +108,41 @@ std::vector<BomHistory::Change> BomHistory::diff(const std::optional<BomCard>& s
     if (!stored)
         return {{kCreated, {}, {}, parent, {}}};
     std::vector<Change> out;
-    compareRow(comparedColumns(stored->header, saved.header, false), stored->header, 0,
+    compareRow(comparedColumns(stored->header, saved.header, nullptr), stored->header, 0,
                saved.header, 0, kHeader, {}, out);
-    const std::vector<Compared> lineColumns = comparedColumns(stored->lines, saved.lines, true);
-    QHash<qlonglong, int> storedLine;
-    const int storedKey = stored->lines.columnIndex(QStringLiteral("autoid"));
-    for (int row : stored->lines.allRows())
-        storedLine.insert(stored->lines.cell(row, storedKey).toLongLong(), row);
-    const int key = saved.lines.columnIndex(QStringLiteral("autoid"));
-    const int mark = saved.lines.columnIndex(QStringLiteral("editprop"));
-    const int code = saved.lines.columnIndex(QStringLiteral("cpscode"));
-    for (int row : saved.lines.allRows()) {
-        const QVariant& autoid = saved.lines.cell(row, key);
-        const QString line = autoid.toString();
-        const QString prop = saved.lines.cell(row, mark).toString();
-        const auto before =
-            line.isEmpty() ? storedLine.end() : storedLine.find(autoid.toLongLong());
-        const QString component = saved.lines.cell(row, code).toString();
-        if (prop == QLatin1String("D")) {
-            if (before != storedLine.end()) // else added and dropped before any save
-                out.push_back({kLineRemoved, {}, component, {}, line});
-        } else if (prop == QLatin1String("A")) {
-            out.push_back({kLineAdded, {}, {}, component, line});
-        } else if (prop == QLatin1String("M") && before != storedLine.end()) {
-            compareRow(lineColumns, stored->lines, *before, saved.lines, row, kLineChanged, line,
-                       out);
-        } // unmarked lines were not written
-    }
+    diffRows(
+        stored->lines, saved.lines,
+        {BodyTable::lines(), QStringLiteral("cpscode"), kLineAdded, kLineRemoved, kLineChanged, {}},
+        out);
     return out;
+}
+
+void BomHistory::diffRows(const RowSet& stored, const RowSet& saved, const RowKinds& kinds,
+                          std::vector<Change>& out) {
+    const std::vector<Compared> columns = comparedColumns(stored, saved, &kinds.table);
+    QHash<qlonglong, int> storedRow;
+    const int storedKey = stored.columnIndex(kinds.table.key);
+    for (int row : stored.allRows())
+        storedRow.insert(stored.cell(row, storedKey).toLongLong(), row);
+    const int key = saved.columnIndex(kinds.table.key);
+    const int mark = saved.columnIndex(QStringLiteral("editprop"));
+    const int code = saved.columnIndex(kinds.code);
+    for (int row : saved.allRows()) {
+        const QVariant& id = saved.cell(row, key);
+        const QString line = id.toString().isEmpty() ? QString() : kinds.linePrefix + id.toString();
+        const QString prop = saved.cell(row, mark).toString();
+        const auto before =
+            id.toString().isEmpty() ? storedRow.end() : storedRow.find(id.toLongLong());
+        const QString item = saved.cell(row, code).toString();
+        if (prop == QLatin1String("D")) {
+            if (before != storedRow.end()) // else added and dropped before any save
+                out.push_back({kinds.removed, {}, item, {}, line});
+        } else if (prop == QLatin1String("A")) {
+            out.push_back({kinds.added, {}, {}, item, line});
+        } else if (prop == QLatin1String("M") && before != storedRow.end()) {
+            compareRow(columns, stored, *before, saved, row, kinds.changed, line, out);
+        } // unmarked rows were not written
+    }
 }
 
 std::optional<BomCard> BomHistory::readStored(const QString& headerId, bool withLines) {

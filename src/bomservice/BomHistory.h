@@ -14,6 +14,8 @@ class Database;
 
 namespace bom::bomservice {
 
+struct BodyTable;
+
 // The account's change history of BOMs: who changed which BOM, line and field, when, from what
 // to what. Saves and deletes record into it inside their own transaction; multi-BOM runs (batch,
 // colour/size, import) record the same way under their run id.
@@ -26,6 +28,11 @@ public:
     static constexpr const char* kLineRemoved = "line-remove";
     static constexpr const char* kLineChanged = "line-change"; // a line's field changed
     static constexpr const char* kDeleted = "delete";          // the BOM deleted (one entry)
+    // A line's substitutes: added, removed (the substitute's code as new or old value) or
+    // changed field by field; their `line` is "<line autoid>/<compsubid>".
+    static constexpr const char* kOptionAdded = "option-add";
+    static constexpr const char* kOptionRemoved = "option-remove";
+    static constexpr const char* kOptionChanged = "option-change";
 
     // Values as stored (flags as their numbers). A new BOM's entry carries its parent code as
     // the new value, a deleted one's as the old; an added line its component as the new value,
@@ -50,6 +57,20 @@ public:
     // Only columns of the stored tables count; keys, qzts and values the view merely shows do
     // not. Lines pair by autoid.
     static std::vector<Change> diff(const std::optional<BomCard>& stored, const BomCard& saved);
+
+    // How the rows of one body table enter the history.
+    struct RowKinds {
+        const BodyTable& table;
+        QString code; // the column an added or removed row is recorded by
+        const char* added;
+        const char* removed;
+        const char* changed;
+        QString linePrefix; // put before the row's key to make an entry's `line`
+    };
+    // The entries of the marked rows of `saved` (paired with `stored` by the table's key):
+    // added, removed, and each changed field of a modified row.
+    static void diffRows(const RowSet& stored, const RowSet& saved, const RowKinds& kinds,
+                         std::vector<Change>& out);
 
     // The stored header and lines of a BOM, for diff; std::nullopt when it is not there.
     // `withLines` false: the header only, for a save that changes or removes no stored line.

@@ -4,6 +4,7 @@
 #include "BomCardLoader.h"
 #include "BomHistory.h"
 #include "BomValidator.h"
+#include "Guards.h"
 #include "RowWriter.h"
 #include "ServiceTexts.h"
 #include "db/DbError.h"
@@ -11,7 +12,6 @@
 #include "entry/BomIdentity.h"
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
-#include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
 
 #include <QUuid>
@@ -20,7 +20,7 @@ namespace bom::bomservice {
 namespace {
 
 const QString kTitle = ServiceTexts::title();
-const QString kSaveFailed = QStringLiteral("保存失败！");
+const QString kSaveFailed = ServiceTexts::saveFailed();
 const QString kChangedMeanwhile = ServiceTexts::changedMeanwhile();
 
 // The header-against-line rule, bound to this header's identity: lines elsewhere whose
@@ -78,7 +78,7 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
         return false;
     }
     if (card.header.rowCount() != 1)
-        return refuse(kSaveFailed, QStringLiteral("前台传来的表头数据有误，不能保存!"));
+        return refuse(kSaveFailed, ServiceTexts::headerMissing());
     card.header.setValue(0, QStringLiteral("ccheck"),
                          QStringLiteral("")); // a saved BOM is never approved
     const auto voucher = BomCardLoader(session_).findTemplate(cardNumber);
@@ -87,7 +87,7 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
         return false;
     }
     if (voucher->HaveBodyGrid && card.lines.columns().empty())
-        return refuse(kSaveFailed, QStringLiteral("前台传来的表体数据有误，不能保存!"));
+        return refuse(kSaveFailed, ServiceTexts::bodyMissing());
 
     BomCard saved = card;
     if (mode == 0) // every line of a new card is added, whatever it was marked
@@ -107,27 +107,18 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
         }
         tx.commit();
     } catch (const db::DbError&) {
-        return refuse(kSaveFailed, QStringLiteral("保存失败，\r\n请重试，\r\n或检查数据格式！"));
+        return refuse(kSaveFailed, ServiceTexts::writeFailed());
     }
     markSaved(saved);
     card = saved;
     return true;
 }
 
-bool BomSaver::claimVersion(const BomCard& card) {
-    // The first statement of the transaction: it takes the header row for this save and
-    // proves nobody changed the BOM since the card was loaded.
-    return session_.gConn->exec(
-               QStringLiteral("update productstructure set qzts=qzts where iautoid=? and qzts=?"),
-               {card.header.text(0, QStringLiteral("iautoid")),
-                qlonglong(
-                    entry::VoucherHelpers::ToNumber(card.header.value(0, QStringLiteral("qzts")))
-                        .value_or(-1))}) == 1;
-}
-
 bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText) {
     db::Database& db = *session_.gConn;
-    if (mode == 1 && !claimVersion(card)) {
+    if (mode == 1 &&
+        !BomGuards(session_).ClaimVersion(card.header.text(0, QStringLiteral("iautoid")),
+                                          card.header.value(0, QStringLiteral("qzts")))) {
         errorText = kChangedMeanwhile;
         return false;
     }
@@ -270,7 +261,7 @@ void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {
 bool BomSaver::writeLines(BomCard& card, RowWriter& writer) {
     db::Database& db = *session_.gConn;
     const std::vector<int> rows = card.lines.addedOrModifiedRows();
-    if (!writer.WriteLines(QStringLiteral("ProductStructures"), card.lines, rows,
+    if (!writer.WriteLines(BodyTable::lines(), card.lines, rows,
                            card.header.value(0, QStringLiteral("ID"))))
         return false;
     const int autoidCell = card.lines.columnIndex(QStringLiteral("autoid"));
@@ -316,15 +307,10 @@ void BomSaver::LinkSalesOrder(const QString& headerId, const QString& salesOrder
 }
 
 void BomSaver::markSaved(BomCard& card) {
-    for (int row = card.lines.rowCount() - 1; row >= 0; --row) {
-        if (card.lines.editprop(row) == QLatin1String("D")) {
-            card.lines.removeRow(row);
-            continue;
-        }
-        card.lines.setEditprop(row, QStringLiteral(""));
+    card.lines.acceptEdits();
+    for (int row = 0; row < card.lines.rowCount(); ++row)
         card.lines.setValue(row, QStringLiteral("oldautoid"),
                             card.lines.value(row, QStringLiteral("autoid")));
-    }
 }
 
 } // namespace bom::bomservice

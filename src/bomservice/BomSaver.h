@@ -38,7 +38,6 @@ public:
     void LinkSalesOrder(const QString& headerId, const QString& salesOrder);
 
 private:
-    bool claimVersion(const BomCard& card);
     bool writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText);
     void deleteLines(const BomCard& card, const QString& headerId);
     bool writeLines(BomCard& card, RowWriter& writer); // false: a modified line is gone

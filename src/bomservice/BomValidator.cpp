@@ -109,8 +109,7 @@ bool BomValidator::CheckValues(const BomCard& card) {
         }
     }
     int failedRow = -1;
-    refusal = writer.CheckRows(QStringLiteral("ProductStructures"), card.lines, live,
-                               /*isBody=*/true, &failedRow);
+    refusal = writer.CheckRows(BodyTable::lines(), card.lines, live, &failedRow);
     if (badDeletion >= 0 && (refusal.isEmpty() || badDeletion < failedRow))
         refusal = QStringLiteral("autoid必须为数字！");
     return refusal.isEmpty() || fail(refusal);

@@ -10,6 +10,7 @@
 #include "db/Transaction.h"
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
+#include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
 
 namespace bom::bomservice {
@@ -59,6 +60,12 @@ bool BomGuards::CheckModifiable(const QString& headerId) {
         return false;
     }
     return CheckNotApproved(headerId) && CheckNotStopped(headerId);
+}
+
+bool BomGuards::ClaimVersion(const QString& headerId, const QVariant& qzts) {
+    return session_.gConn->exec(
+               QStringLiteral("update productstructure set qzts=qzts where iautoid=? and qzts=?"),
+               {headerId, qlonglong(entry::VoucherHelpers::ToNumber(qzts).value_or(-1))}) == 1;
 }
 
 bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {

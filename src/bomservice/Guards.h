@@ -3,6 +3,7 @@
 #include "RowSet.h"
 
 #include <QString>
+#include <QVariant>
 
 namespace bom::entry {
 class Session;
@@ -25,6 +26,10 @@ public:
     // Before a stored BOM goes into edit: the operator may touch it (else it is refused as one
     // deleted meanwhile), it is not approved and not stopped.
     bool CheckModifiable(const QString& headerId);
+    // The first write of a transaction that changes a loaded BOM: takes the header row and
+    // proves the BOM is still at the version `qzts` it was loaded at, moving the version on.
+    // False when it was changed, deleted or never had that version.
+    bool ClaimVersion(const QString& headerId, const QVariant& qzts);
 
     // Deletes the card with its lines, substitutes and attachments in one transaction, unless
     // another session deleted or changed the BOM since the card's qzts was read.

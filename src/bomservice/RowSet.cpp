@@ -1,5 +1,7 @@
 #include "RowSet.h"
 
+#include "entry/VoucherHelpers.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QLocale>
@@ -696,6 +698,62 @@ std::vector<int> RowSet::addedOrModifiedRows() const {
 
 std::vector<int> RowSet::notDeletedRows() const {
     return rowsWhere(*this, [](const QString& prop) { return prop != u"D"; });
+}
+
+bool RowSet::hasEditMarks() const {
+    const int prop = columnIndex(QStringLiteral("editprop"));
+    for (int r = 0; r < rowCount(); ++r)
+        if (!cell(r, prop).toString().trimmed().isEmpty())
+            return true;
+    return false;
+}
+
+void RowSet::markAgainst(const RowSet& stored, const QString& key) {
+    const int storedKey = stored.columnIndex(key);
+    QHash<qlonglong, int> storedRow;
+    for (int row = 0; row < stored.rowCount(); ++row)
+        storedRow.insert(stored.cell(row, storedKey).toLongLong(), row);
+    addColumn(RowSetColumn{QStringLiteral("editprop")}); // before any loop over the columns
+    const int mine = rowCount();
+    for (int row = 0; row < mine; ++row) {
+        const QVariant id = value(row, key);
+        if (id.toString().trimmed().isEmpty()) {
+            setEditprop(row, QStringLiteral("A"));
+            continue;
+        }
+        const auto found = storedRow.find(id.toLongLong());
+        if (found == storedRow.end()) {
+            setEditprop(row, QStringLiteral("M"));
+            continue;
+        }
+        const int before = *found;
+        storedRow.erase(found);
+        for (const RowSetColumn& column : columns_)
+            if (column.name != QLatin1String("editprop") && stored.hasColumn(column.name) &&
+                !entry::VoucherHelpers::SameValue(value(row, column.name),
+                                                  stored.value(before, column.name))) {
+                setEditprop(row, QStringLiteral("M"));
+                break;
+            }
+    }
+    // In stored order, whatever order the hash keeps.
+    std::vector<int> missing(storedRow.cbegin(), storedRow.cend());
+    std::sort(missing.begin(), missing.end());
+    for (int before : missing) {
+        const int row = appendRow();
+        for (const RowSetColumn& column : stored.columns())
+            setValue(row, column.name, stored.value(before, column.name));
+        setEditprop(row, QStringLiteral("D"));
+    }
+}
+
+void RowSet::acceptEdits() {
+    for (int row = rowCount() - 1; row >= 0; --row) {
+        if (editprop(row) == QLatin1String("D"))
+            removeRow(row);
+        else
+            setEditprop(row, QStringLiteral(""));
+    }
 }
 
 QString RowSet::toXml() const {

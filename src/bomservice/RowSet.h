@@ -68,6 +68,16 @@ public:
     std::vector<int> addedOrModifiedRows() const; // editprop "A" or "M"
     std::vector<int> notDeletedRows() const;      // editprop not "D"
 
+    // Whether any row carries an edit mark.
+    bool hasEditMarks() const;
+    // Marks rows that came without marks as the edit of `stored` that they are, pairing rows
+    // by the `key` column: rows without a key are added, rows that differ from their stored row
+    // modified, stored rows missing here appended as deleted. A keyed row that is not among the
+    // stored is marked modified, so that the save reports it gone.
+    void markAgainst(const RowSet& stored, const QString& key);
+    // After a save: deleted rows dropped, the others unmarked.
+    void acceptEdits();
+
     // ADO persisted XML: an xml root with the s, dt, rs and z namespaces, an s:Schema and
     // rs:data holding one z:row per row, attributes in lower case, nulls left out.
     QString toXml() const;

@@ -13,16 +13,12 @@
 
 namespace bom::bomservice {
 
-bool RowWriter::WrittenBySomethingElse(const QString& column, bool isBody) {
-    const QString upper = column.toUpper();
-    if (upper == QLatin1String("PUBQZTS") || upper == QLatin1String("AUTOID") ||
-        upper == QLatin1String("QZTS") || upper == QLatin1String("PSID") ||
-        upper == QLatin1String("COMPSUBID"))
-        return true;
-    return isBody ? upper == QLatin1String("CHILDGUID") : upper == QLatin1String("ID");
-}
-
 namespace {
+
+bool isRowVersion(const QString& column) {
+    return column.compare(QLatin1String("qzts"), Qt::CaseInsensitive) == 0 ||
+           column.compare(QLatin1String("pubqzts"), Qt::CaseInsensitive) == 0;
+}
 
 bool isDate(QMetaType::Type type) {
     return type == QMetaType::QDate || type == QMetaType::QDateTime;
@@ -36,6 +32,29 @@ bool isWholeNumberType(QMetaType::Type type) {
 constexpr int kMaxRowsPerStatement = 200;
 
 } // namespace
+
+const BodyTable& BodyTable::lines() {
+    static const BodyTable table{QStringLiteral("ProductStructures"),
+                                 QStringLiteral("autoid"),
+                                 QStringLiteral("ipid"),
+                                 QStringLiteral("psid"),
+                                 {QStringLiteral("childguid")},
+                                 {QStringLiteral("ipid"), QStringLiteral("cpspcode")},
+                                 true};
+    return table;
+}
+
+bool BodyTable::writtenBySomethingElse(const QString& column) const {
+    return isRowVersion(column) || column.compare(key, Qt::CaseInsensitive) == 0 ||
+           (!headerNumber.isEmpty() && column.compare(headerNumber, Qt::CaseInsensitive) == 0) ||
+           setBySave.contains(column, Qt::CaseInsensitive);
+}
+
+bool RowWriter::WrittenBySomethingElse(const QString& column, bool isBody) {
+    if (isBody)
+        return BodyTable::lines().writtenBySomethingElse(column);
+    return isRowVersion(column) || column.compare(QLatin1String("ID"), Qt::CaseInsensitive) == 0;
+}
 
 std::optional<int> RowWriter::StoredFlag(const QString& column, const QVariant& shown,
                                          bool numeric) {
@@ -51,7 +70,8 @@ std::optional<int> RowWriter::StoredFlag(const QString& column, const QVariant& 
     return std::nullopt;
 }
 
-const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
+const RowWriter::Table& RowWriter::tableOf(const QString& table, const BodyTable* body) {
+    const bool isBody = body != nullptr;
     const QString key = table.toLower() + (isBody ? QStringLiteral("/B") : QStringLiteral("/T"));
     auto found = tables_.find(key);
     if (found != tables_.end())
@@ -83,7 +103,7 @@ const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
         c.lower = c.name.toLower();
         c.type = QMetaType::Type(record.field(i).metaType().id());
         const bool numeric = db::isNumericType(c.type);
-        if (WrittenBySomethingElse(c.name, isBody))
+        if (isBody ? body->writtenBySomethingElse(c.name) : WrittenBySomethingElse(c.name, false))
             c.kind = Kind::Skip;
         else if (!isBody && c.lower == QLatin1String("iautoid"))
             c.kind = Kind::HeaderKey;
@@ -97,7 +117,7 @@ const RowWriter::Table& RowWriter::tableOf(const QString& table, bool isBody) {
             c.kind = Kind::Date;
         // Every entry rule refuses a text that is no number; other columns have none.
         c.entryRule =
-            isBody &&
+            isBody && body->lineEntryRules &&
             !entry::VoucherHelpers::CheckLineNumber(c.lower, QStringLiteral("x")).isEmpty();
         // Words the writer turns into stored numbers itself: any text is acceptable.
         c.displayFlag = StoredFlag(c.name, {}, numeric).has_value();
@@ -165,7 +185,8 @@ void RowWriter::rowValues(const Table& t, const std::vector<int>& cells, const R
 
 QVariant RowWriter::WriteRow(const QString& table, const RowSet& rows, int row, int mode,
                              bool isBody, const QVariant& key, Outcome* outcome) {
-    const Table& t = tableOf(table, isBody);
+    const BodyTable* body = isBody ? &BodyTable::lines() : nullptr;
+    const Table& t = tableOf(table, body);
     QStringList columns;
     db::Params values;
     rowValues(t, cellsOf(t, rows), rows, row, mode, key, columns, values);
@@ -174,20 +195,19 @@ QVariant RowWriter::WriteRow(const QString& table, const RowSet& rows, int row, 
         QStringList marks;
         for (int i = 0; i < columns.size(); ++i)
             marks << QStringLiteral("?");
-        return db_.insertReturning(
-            QStringLiteral("insert into %1(%2) values(%3) RETURNING %4")
-                .arg(table, columns.join(','), marks.join(','),
-                     isBody ? QStringLiteral("autoid") : QStringLiteral("ID")),
-            values);
+        return db_.insertReturning(QStringLiteral("insert into %1(%2) values(%3) RETURNING %4")
+                                       .arg(table, columns.join(','), marks.join(','),
+                                            isBody ? body->key : QStringLiteral("ID")),
+                                   values);
     }
     QStringList sets;
     for (const QString& column : columns)
         sets << column + QStringLiteral("=?");
     values << key;
-    QString where = isBody ? QStringLiteral("autoid=?") : QStringLiteral("iAutoId=?");
+    QString where = isBody ? body->key + QStringLiteral("=?") : QStringLiteral("iAutoId=?");
     if (isBody) { // a line of another BOM is never changed through this card
-        where += QStringLiteral(" and ipid=?");
-        values << rows.text(row, QStringLiteral("ipid"));
+        where += QStringLiteral(" and %1=?").arg(body->parentLink);
+        values << rows.text(row, body->parentLink);
     }
     const int changed =
         sets.isEmpty()
@@ -200,17 +220,17 @@ QVariant RowWriter::WriteRow(const QString& table, const RowSet& rows, int row, 
     return key;
 }
 
-bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector<int>& which,
+bool RowWriter::WriteLines(const BodyTable& body, RowSet& rows, const std::vector<int>& which,
                            const QVariant& headerNumber) {
-    const Table& t = tableOf(table, true);
-    int autoidCell = rows.columnIndex(QStringLiteral("autoid"));
-    if (autoidCell < 0)
-        autoidCell = rows.addColumn(RowSetColumn{QStringLiteral("autoid")});
+    const Table& t = tableOf(body.table, &body);
+    int keyCell = rows.columnIndex(body.key);
+    if (keyCell < 0)
+        keyCell = rows.addColumn(RowSetColumn{body.key});
     const std::vector<int> cells = cellsOf(t, rows);
     const int propCell = rows.columnIndex(QStringLiteral("editprop"));
-    const int ipidCell = rows.columnIndex(QStringLiteral("ipid"));
+    const int linkCell = rows.columnIndex(body.parentLink);
     // psid is the header's ID whoever writes the line; naming it spares the trigger a look-up.
-    const bool withPsid = !headerNumber.isNull();
+    const bool withPsid = !body.headerNumber.isEmpty() && !headerNumber.isNull();
     const int maxValues = db_.dialect().valuesPerStatement();
 
     // Added rows go in runs of rows that carry the same columns, one statement per run, in
@@ -220,7 +240,7 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
     std::vector<db::Params> runValues;
     auto flush = [&] {
         if (!runRows.empty())
-            insertLines(table, runColumns, rows, runRows, runValues, autoidCell);
+            insertLines(body, runColumns, rows, runRows, runValues, keyCell);
         runRows.clear();
         runValues.clear();
     };
@@ -231,7 +251,7 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
     QSet<QString> groupKeys;
     auto flushUpdates = [&] {
         const bool written =
-            groupValues.empty() || updateLines(table, groupColumns, groupValues, headerNumber);
+            groupValues.empty() || updateLines(body, groupColumns, groupValues, headerNumber);
         groupValues.clear();
         groupKeys.clear();
         return written;
@@ -242,7 +262,7 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
         if (rows.cell(row, propCell).toString() == QLatin1String("A")) {
             rowValues(t, cells, rows, row, 0, {}, columns, values);
             if (withPsid) {
-                columns << QStringLiteral("psid");
+                columns << body.headerNumber;
                 values << headerNumber;
             }
             const int perRow = std::max<int>(1, int(columns.size()));
@@ -255,19 +275,21 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
             runValues.push_back(std::move(values));
             continue;
         }
-        const QVariant key = rows.cell(row, autoidCell);
+        const QVariant key = rows.cell(row, keyCell);
         rowValues(t, cells, rows, row, 1, key, columns, values);
         if (columns.isEmpty())
             continue; // nothing to change
         QStringList sets;
-        db::Params bound{key, rows.cell(row, ipidCell).toString()};
+        db::Params bound{key, rows.cell(row, linkCell)};
         for (int i = 0; i < columns.size(); ++i) {
-            // The line stays with the header its ipid names (the where clause).
-            if (withPsid && columns[i].compare(QLatin1String("ipid"), Qt::CaseInsensitive) == 0)
+            // The row stays with the header its link names (the where clause).
+            if (columns[i].compare(body.parentLink, Qt::CaseInsensitive) == 0)
                 continue;
             sets << columns[i];
             bound << values[i];
         }
+        if (sets.isEmpty() && !withPsid)
+            continue; // nothing but the link, which stays
         const QString keyText = key.toString();
         if (sets != groupColumns || groupKeys.contains(keyText) ||
             int(groupValues.size()) >= kMaxRowsPerStatement ||
@@ -285,32 +307,33 @@ bool RowWriter::WriteLines(const QString& table, RowSet& rows, const std::vector
     return true;
 }
 
-bool RowWriter::updateLines(const QString& table, const QStringList& columns,
+bool RowWriter::updateLines(const BodyTable& body, const QStringList& columns,
                             const std::vector<db::Params>& values, const QVariant& headerNumber) {
-    const bool withPsid = !headerNumber.isNull();
+    const QString& table = body.table;
+    const bool withPsid = !body.headerNumber.isEmpty() && !headerNumber.isNull();
     if (values.size() == 1) { // the statement every single change reuses
         QStringList sets;
         for (const QString& column : columns)
             sets << column + QStringLiteral("=?");
         db::Params bound = values.front().mid(2);
         if (withPsid) {
-            sets << QStringLiteral("psid=?");
+            sets << body.headerNumber + QStringLiteral("=?");
             bound << headerNumber;
         }
         bound << values.front()[0] << values.front()[1];
-        return db_.exec(QStringLiteral("Update %1 set %2 where autoid=? and ipid=?")
-                            .arg(table, sets.join(',')),
+        return db_.exec(QStringLiteral("Update %1 set %2 where %3=? and %4=?")
+                            .arg(table, sets.join(','), body.key, body.parentLink),
                         bound) == 1;
     }
     // The first row names each value's type, the rows below take the same; the keys' names
-    // differ from every column's, so that ipid may be set too.
+    // differ from every column's, so that the link may be set too.
     auto sqlTypes = columnTypes_.find(table.toLower());
     if (sqlTypes == columnTypes_.end())
         sqlTypes = columnTypes_.insert(table.toLower(), db_.columnTypes(table));
     const db::Dialect& dialect = db_.dialect();
-    QStringList names{QStringLiteral("autoid_key"), QStringLiteral("ipid_key")};
-    QStringList typed{dialect.typedPlaceholder(sqlTypes->value(QStringLiteral("autoid"))),
-                      dialect.typedPlaceholder(sqlTypes->value(QStringLiteral("ipid")))};
+    QStringList names{QStringLiteral("row_key"), QStringLiteral("link_key")};
+    QStringList typed{dialect.typedPlaceholder(sqlTypes->value(body.key.toLower())),
+                      dialect.typedPlaceholder(sqlTypes->value(body.parentLink.toLower()))};
     QStringList sets;
     for (const QString& column : columns) {
         names << column;
@@ -318,7 +341,7 @@ bool RowWriter::updateLines(const QString& table, const QStringList& columns,
         sets << column + QStringLiteral("=v.") + column;
     }
     if (withPsid)
-        sets << QStringLiteral("psid=?");
+        sets << body.headerNumber + QStringLiteral("=?");
     QStringList tuples{QStringLiteral("(") + typed.join(',') + QStringLiteral(")")};
     const QString plain = QStringLiteral("(") +
                           QStringList(names.size(), QStringLiteral("?")).join(',') +
@@ -334,16 +357,17 @@ bool RowWriter::updateLines(const QString& table, const QStringList& columns,
         bound << headerNumber;
     const int changed =
         db_.exec(QStringLiteral("WITH v(%1) AS (VALUES %2) UPDATE %3 SET %4 FROM v WHERE "
-                                "%3.autoid=v.autoid_key AND %3.ipid=v.ipid_key")
-                     .arg(names.join(','), tuples.join(','), table, sets.join(',')),
+                                "%3.%5=v.row_key AND %3.%6=v.link_key")
+                     .arg(names.join(','), tuples.join(','), table, sets.join(','), body.key,
+                          body.parentLink),
                  bound);
-    // Fewer rows than listed: a line was deleted meanwhile or belongs to another BOM.
+    // Fewer rows than listed: a row was deleted meanwhile or belongs to another header.
     return changed == int(values.size());
 }
 
-void RowWriter::insertLines(const QString& table, const QStringList& columns, RowSet& rows,
+void RowWriter::insertLines(const BodyTable& body, const QStringList& columns, RowSet& rows,
                             const std::vector<int>& which, const std::vector<db::Params>& values,
-                            int autoidCell) {
+                            int keyCell) {
     QStringList marks;
     for (int i = 0; i < columns.size(); ++i)
         marks << QStringLiteral("?");
@@ -354,9 +378,10 @@ void RowWriter::insertLines(const QString& table, const QStringList& columns, Ro
         tuples << tuple;
         bound += row;
     }
-    const db::Rows keys = db_.query(QStringLiteral("insert into %1(%2) values %3 RETURNING autoid")
-                                        .arg(table, columns.join(','), tuples.join(',')),
-                                    bound);
+    const db::Rows keys =
+        db_.query(QStringLiteral("insert into %1(%2) values %3 RETURNING %4")
+                      .arg(body.table, columns.join(','), tuples.join(','), body.key),
+                  bound);
     if (keys.size() != which.size())
         throw db::DbError(QStringLiteral("写入后未返回主键"));
     // Neither database promises RETURNING's order, but keys are drawn in the order the rows
@@ -366,7 +391,7 @@ void RowWriter::insertLines(const QString& table, const QStringList& columns, Ro
         ids.push_back(keys.at(i).value(0).toLongLong());
     std::sort(ids.begin(), ids.end());
     for (std::size_t i = 0; i < which.size(); ++i)
-        rows.setCell(which[i], autoidCell, QVariant(ids[i]));
+        rows.setCell(which[i], keyCell, QVariant(ids[i]));
 }
 
 QString RowWriter::checkValue(const Column& c, const QVariant& value) const {
@@ -406,13 +431,13 @@ QString RowWriter::checkRow(const Table& t, const std::vector<int>& cells, const
 }
 
 QString RowWriter::CheckRow(const QString& table, const RowSet& rows, int row, bool isBody) {
-    const Table& t = tableOf(table, isBody);
+    const Table& t = tableOf(table, isBody ? &BodyTable::lines() : nullptr);
     return checkRow(t, cellsOf(t, rows), rows, row);
 }
 
-QString RowWriter::CheckRows(const QString& table, const RowSet& rows,
-                             const std::vector<int>& which, bool isBody, int* failedRow) {
-    const Table& t = tableOf(table, isBody);
+QString RowWriter::CheckRows(const BodyTable& body, const RowSet& rows,
+                             const std::vector<int>& which, int* failedRow) {
+    const Table& t = tableOf(body.table, &body);
     const std::vector<int> cells = cellsOf(t, rows);
     for (int row : which) {
         const QString refusal = checkRow(t, cells, rows, row);

@@ -6,6 +6,7 @@
 #include <QHash>
 #include <QSqlRecord>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <optional>
 #include <vector>
@@ -15,6 +16,23 @@ class Login;
 }
 
 namespace bom::bomservice {
+
+// How the rows of a body table hang from their header row. The writer, the save and the
+// history read a table's keys from here instead of assuming the component lines'.
+struct BodyTable {
+    QString table;
+    QString key;                 // made by the database, read back through RETURNING
+    QString parentLink;          // names the header row: an update matches it and never moves a row
+    QString headerNumber;        // the header's number kept beside the link; empty: none
+    QStringList setBySave;       // columns the save fills by itself, never from the card
+    QStringList fromHeader;      // columns a row copies from its header (the link among them)
+    bool lineEntryRules = false; // numeric cells follow the component line's entry rules
+
+    // The BOM's component lines: autoid under the header's iautoid (ipid), its ID as psid.
+    static const BodyTable& lines();
+    // Keys, row versions and what the save sets: never an operator's edit.
+    bool writtenBySomethingElse(const QString& column) const;
+};
 
 // Writes one row of a card to its table: display values become stored ones, empty values NULL,
 // null cells are left to the table (a new row takes the column's default, a modified row keeps
@@ -29,30 +47,33 @@ public:
         : db_(db), login_(login), templateId_(templateId) {}
 
     // mode 0 inserts, 1 updates the row keyed by `key` (header iautoid or line autoid; a line
-    // only while it still belongs to the header named in the row's ipid). A new header gets
+    // only while it still belongs to the header named in the row's ipid). `isBody`: a line of
+    // BodyTable::lines(). A new header gets
     // `key` as its iautoid and answers its ID; a new line answers its autoid. Throws
     // db::DbError; run CheckRow first so that bad values never reach the database.
     QVariant WriteRow(const QString& table, const RowSet& rows, int row, int mode, bool isBody,
                       const QVariant& key, Outcome* outcome);
 
-    // The lines `rows` of one header, as WriteRow would write them one by one: "A" rows are
-    // inserted in row order and get their new autoid in the row, "M" rows update the line
-    // `autoid` of the header in their ipid. Neighbouring rows carrying the same columns share
-    // one statement. `headerNumber` is the header's ID, which every line keeps as psid. False
-    // when a modified line is gone; lines sharing its statement are written all the same, so
-    // the caller rolls back.
-    bool WriteLines(const QString& table, RowSet& rows, const std::vector<int>& which,
+    // The rows `rows` of one header in `body`, as WriteRow would write them one by one: "A"
+    // rows are inserted in row order and get their new key in the row, "M" rows update the row
+    // of that key under the header their parent link names. Neighbouring rows carrying the same
+    // columns share one statement. `headerNumber` is the header's number, which every row keeps
+    // where the table has a column for it. False when a modified row is gone; rows sharing its
+    // statement are written all the same, so the caller rolls back.
+    bool WriteLines(const BodyTable& body, RowSet& rows, const std::vector<int>& which,
                     const QVariant& headerNumber);
 
     // Why the row's values cannot be written to `table`, naming the field; empty when they
     // can. Numbers must be finite numbers (whole ones for integer columns), texts must fit
     // their column and hold no NUL character; numeric line cells follow their entry rules.
     QString CheckRow(const QString& table, const RowSet& rows, int row, bool isBody);
-    // The same for each of `which` in order: the first refusal, its row in `failedRow`.
-    QString CheckRows(const QString& table, const RowSet& rows, const std::vector<int>& which,
-                      bool isBody, int* failedRow = nullptr);
+    // The same for each of `which` of a body table in order: the first refusal, its row in
+    // `failedRow`.
+    QString CheckRows(const BodyTable& body, const RowSet& rows, const std::vector<int>& which,
+                      int* failedRow = nullptr);
 
-    // Columns the database keeps by itself: keys, links the save sets separately, row versions.
+    // Columns of the BOM header or of its lines the database keeps by itself: keys, links the
+    // save sets separately, row versions.
     static bool WrittenBySomethingElse(const QString& column, bool isBody);
     // The number stored for a flag the card shows as a word ("是"/"否", the supply type's
     // names); nothing when the column is no such flag. `numeric`: the column holds numbers.
@@ -77,7 +98,8 @@ private:
         std::vector<Column> columns;
         bool isBody = false;
     };
-    const Table& tableOf(const QString& table, bool isBody);
+    // `body` null: the header table.
+    const Table& tableOf(const QString& table, const BodyTable* body);
     // For each table column, its column in `rows` (-1 when the rows do not carry it).
     static std::vector<int> cellsOf(const Table& t, const RowSet& rows);
     QVariant storedValue(const Column& c, const QVariant& shown) const;
@@ -87,12 +109,12 @@ private:
     // Columns and values the row writes, as WriteRow chooses them.
     void rowValues(const Table& t, const std::vector<int>& cells, const RowSet& rows, int row,
                    int mode, const QVariant& key, QStringList& columns, db::Params& values) const;
-    void insertLines(const QString& table, const QStringList& columns, RowSet& rows,
+    void insertLines(const BodyTable& body, const QStringList& columns, RowSet& rows,
                      const std::vector<int>& which, const std::vector<db::Params>& values,
-                     int autoidCell);
-    // Modified lines carrying the same `columns`: each of `values` holds a line's autoid and
-    // ipid, then its values. False when fewer lines were changed than given.
-    bool updateLines(const QString& table, const QStringList& columns,
+                     int keyCell);
+    // Modified rows carrying the same `columns`: each of `values` holds a row's key and parent
+    // link, then its values. False when fewer rows were changed than given.
+    bool updateLines(const BodyTable& body, const QStringList& columns,
                      const std::vector<db::Params>& values, const QVariant& headerNumber);
 
     db::Database& db_;

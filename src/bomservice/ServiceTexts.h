@@ -11,6 +11,15 @@ struct ServiceTexts {
     static QString changedMeanwhile() {
         return QStringLiteral("该单据已被其他人更新或删除，请放弃后刷新！");
     }
+    // A save that wrote nothing, and what it shows when the database refused a write.
+    static QString saveFailed() { return QStringLiteral("保存失败！"); }
+    static QString writeFailed() {
+        return QStringLiteral("保存失败，\r\n请重试，\r\n或检查数据格式！");
+    }
+    // A card whose header or body did not come with it.
+    static QString headerMissing() { return QStringLiteral("前台传来的表头数据有误，不能保存!"); }
+    static QString bodyMissing() { return QStringLiteral("前台传来的表体数据有误，不能保存!"); }
+    static QString loadFailed() { return QStringLiteral("单据加载失败，请刷新后重试！"); }
 };
 
 } // namespace bom::bomservice

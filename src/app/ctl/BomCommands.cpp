@@ -8,7 +8,6 @@
 #include "entry/ReferenceLookup.h"
 #include "list/BomList.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <cstdio>
 
@@ -83,13 +82,12 @@ int runLines(CtlContext& ctx) {
 }
 
 int runShow(CtlContext& ctx) {
-    const QString format =
-        ctx.args().option(QStringLiteral("--format")).value_or(QStringLiteral("json"));
+    const auto format = cardFormat(ctx); // options leave the words before positional reads them
+    if (!format)
+        return ExitUsage;
     const auto words = ctx.positional(1, 1);
     if (!words)
         return ExitUsage;
-    if (format != QLatin1String("json") && format != QLatin1String("xml"))
-        return ctx.usage(QStringLiteral("--format 应为 json 或 xml：%1").arg(format));
     if (const int status = ctx.startSession())
         return status;
     try {
@@ -100,15 +98,7 @@ int runShow(CtlContext& ctx) {
         const auto loaded = card ? loader.LoadBom(*card, words->first()) : std::nullopt;
         if (!loaded)
             return ctx.finish(ExitRefused);
-        if (format == QLatin1String("xml")) {
-            const QString xml = loaded->header.toXml() + QLatin1Char('\n') + loaded->lines.toXml();
-            ctx.printLine(xml);
-            return ctx.finish(ExitOk, {{"xml", xml}});
-        }
-        if (ctx.json())
-            return ctx.finish(ExitOk, {{"card", cardToJson(*loaded)}});
-        ctx.printLine(QString::fromUtf8(QJsonDocument(cardToJson(*loaded)).toJson()));
-        return ctx.finish(ExitOk);
+        return printCard(ctx, *loaded, *format);
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
     }

@@ -10,9 +10,7 @@
 #include "card/clsVoucher.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
-#include "entry/VoucherHelpers.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -20,26 +18,6 @@ namespace bom::app {
 namespace {
 
 using bomservice::BomCard;
-
-constexpr qint64 kMaxCardFile = 64 * 1024 * 1024;
-
-// The whole file, or nothing with `error` set: a card file is never allowed to exhaust memory.
-std::optional<QByteArray> readCardFile(const QString& path, QString* error) {
-    QFile file;
-    const bool opened = path == QLatin1String("-")
-                            ? file.open(stdin, QIODevice::ReadOnly)
-                            : (file.setFileName(path), file.open(QIODevice::ReadOnly));
-    if (!opened) {
-        *error = QStringLiteral("无法读取卡片文件：%1").arg(path);
-        return std::nullopt;
-    }
-    const QByteArray bytes = file.read(kMaxCardFile + 1);
-    if (bytes.size() > kMaxCardFile) {
-        *error = QStringLiteral("卡片文件超过 64 MiB，不予读取：%1").arg(path);
-        return std::nullopt;
-    }
-    return bytes;
-}
 
 // The card file named by the one argument, in the form `bomctl show` prints ("-" reads
 // standard input), with the session started; `status` says why there is none.
@@ -50,8 +28,7 @@ std::optional<BomCard> cardForSession(CtlContext& ctx, int* status) {
         return std::nullopt;
     }
     QString error;
-    const auto bytes = readCardFile(words->first(), &error);
-    auto card = bytes ? cardFromJson(*bytes, &error) : std::nullopt;
+    auto card = cardFromFile(words->first(), &error);
     if (!card)
         *status = ctx.fail(ExitUsage, error);
     else if ((*status = ctx.startSession()))
@@ -77,13 +54,6 @@ bool passesCardChecks(CtlContext& ctx, const BomCard& card, int mode) {
     return false;
 }
 
-bool marksItsEdits(const BomCard& card) {
-    for (int row : card.lines.allRows())
-        if (!card.lines.editprop(row).isEmpty())
-            return true;
-    return false;
-}
-
 // A file that marks no line is the whole card: lines without autoid are added, lines that
 // differ from the stored ones modified, stored lines missing from the file deleted.
 bool markAgainstStored(CtlContext& ctx, BomCard& card) {
@@ -94,36 +64,7 @@ bool markAgainstStored(CtlContext& ctx, BomCard& card) {
                 : std::nullopt;
     if (!stored)
         return false;
-    QHash<qlonglong, int> storedRow;
-    for (int row : stored->lines.allRows())
-        storedRow.insert(stored->lines.value(row, QStringLiteral("autoid")).toLongLong(), row);
-    for (int row : card.lines.allRows()) {
-        const QVariant autoid = card.lines.value(row, QStringLiteral("autoid"));
-        if (autoid.toString().trimmed().isEmpty()) {
-            card.lines.setEditprop(row, QStringLiteral("A"));
-            continue;
-        }
-        const auto found = storedRow.find(autoid.toLongLong());
-        if (found == storedRow.end()) { // gone meanwhile: the save reports it
-            card.lines.setEditprop(row, QStringLiteral("M"));
-            continue;
-        }
-        const int before = *found;
-        storedRow.erase(found);
-        for (const auto& column : card.lines.columns())
-            if (column.name != QLatin1String("editprop") && stored->lines.hasColumn(column.name) &&
-                !entry::VoucherHelpers::SameValue(card.lines.value(row, column.name),
-                                                  stored->lines.value(before, column.name))) {
-                card.lines.setEditprop(row, QStringLiteral("M"));
-                break;
-            }
-    }
-    for (int before : storedRow) {
-        const int row = card.lines.appendRow();
-        for (const auto& column : stored->lines.columns())
-            card.lines.setValue(row, column.name, stored->lines.value(before, column.name));
-        card.lines.setEditprop(row, QStringLiteral("D"));
-    }
+    card.lines.markAgainst(stored->lines, QStringLiteral("autoid"));
     return true;
 }
 
@@ -159,7 +100,7 @@ int runSave(CtlContext& ctx) {
         return status;
     const int mode = modeOf(*card);
     if (!passesCardChecks(ctx, *card, mode) ||
-        (mode == 1 && !marksItsEdits(*card) && !markAgainstStored(ctx, *card)))
+        (mode == 1 && !card->lines.hasEditMarks() && !markAgainstStored(ctx, *card)))
         return ctx.finish(ExitRefused);
     QString result;
     QString error;
@@ -266,11 +207,7 @@ int runEdit(CtlContext& ctx) {
         for (const CardEntry& entry : *entries)
             if (!applyEntry(ctx, document, check, entry))
                 return ctx.finish(ExitRefused);
-        const QJsonObject edited = cardToJson(document.getVoucherData());
-        if (ctx.json())
-            return ctx.finish(ExitOk, {{"card", edited}});
-        ctx.printLine(QString::fromUtf8(QJsonDocument(edited).toJson()));
-        return ctx.finish(ExitOk);
+        return printCard(ctx, document.getVoucherData(), CardFormat::Json);
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
     }

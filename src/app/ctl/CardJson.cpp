@@ -1,7 +1,9 @@
 #include "CardJson.h"
 
+#include "CtlContext.h"
 #include "RowPrinter.h"
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -41,6 +43,8 @@ bool appendRow(bomservice::RowSet& rows, const QJsonObject& object, QString* err
     return true;
 }
 
+constexpr qint64 kMaxCardFile = 64 * 1024 * 1024;
+
 } // namespace
 
 QJsonObject cardToJson(const bomservice::BomCard& card) {
@@ -78,6 +82,46 @@ std::optional<bomservice::BomCard> cardFromJson(const QByteArray& text, QString*
             return std::nullopt;
     }
     return card;
+}
+
+std::optional<bomservice::BomCard> cardFromFile(const QString& path, QString* error) {
+    QFile file;
+    const bool opened = path == QLatin1String("-")
+                            ? file.open(stdin, QIODevice::ReadOnly)
+                            : (file.setFileName(path), file.open(QIODevice::ReadOnly));
+    if (!opened) {
+        *error = QStringLiteral("无法读取卡片文件：%1").arg(path);
+        return std::nullopt;
+    }
+    const QByteArray bytes = file.read(kMaxCardFile + 1);
+    if (bytes.size() > kMaxCardFile) {
+        *error = QStringLiteral("卡片文件超过 64 MiB，不予读取：%1").arg(path);
+        return std::nullopt;
+    }
+    return cardFromJson(bytes, error);
+}
+
+std::optional<CardFormat> cardFormat(CtlContext& ctx) {
+    const QString format =
+        ctx.args().option(QStringLiteral("--format")).value_or(QStringLiteral("json"));
+    if (format == QLatin1String("json"))
+        return CardFormat::Json;
+    if (format == QLatin1String("xml"))
+        return CardFormat::Xml;
+    ctx.usage(QStringLiteral("--format 应为 json 或 xml：%1").arg(format));
+    return std::nullopt;
+}
+
+int printCard(CtlContext& ctx, const bomservice::BomCard& card, CardFormat format) {
+    if (format == CardFormat::Xml) {
+        const QString xml = card.header.toXml() + QLatin1Char('\n') + card.lines.toXml();
+        ctx.printLine(xml);
+        return ctx.finish(ExitOk, {{"xml", xml}});
+    }
+    if (ctx.json())
+        return ctx.finish(ExitOk, {{"card", cardToJson(card)}});
+    ctx.printLine(QString::fromUtf8(QJsonDocument(cardToJson(card)).toJson()));
+    return ctx.finish(ExitOk);
 }
 
 } // namespace bom::app

@@ -20,6 +20,7 @@ std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
 std::vector<Command> cardToolCommands();
 std::vector<Command> listCommands();
+std::vector<Command> optionsCommands();
 std::vector<Command> printCommands();
 
 } // namespace bom::app
