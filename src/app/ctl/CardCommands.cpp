@@ -12,7 +12,6 @@
 #include "entry/Session.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
 
 namespace bom::app {
 namespace {
