@@ -178,6 +178,9 @@ TEST_P(CardDispatcherTest, RefusalsLeaveTheCardAsItWas) {
     EXPECT_EQ(lastText(), QStringLiteral("该母件是公用件，是否继续？"));
     EXPECT_EQ(document->VoucherStatus(), 0);
     ASSERT_TRUE(run("MODIFY", Answer::Yes));
+    for (int row = 0; row < document->BodyRows(); ++row)
+        if (document->bodyText(row, QStringLiteral("cpscode")) == QLatin1String("TU100"))
+            document->setBodyText(row, QStringLiteral("ccaacomunitcode"), QString());
     EXPECT_FALSE(run("SAVE"));
     EXPECT_EQ(lastText(), QStringLiteral("存货[TU100]库存辅助计量单位不能为空！"));
     EXPECT_EQ(prompter().prompts().back().style, 16);
