@@ -861,7 +861,7 @@ std::optional<entry::ReferenceQuery> CardEntryCheck::reference(const QString& fi
     }
 }
 
-bool CardEntryCheck::takesEntry(const QString& field, bool header) {
+bool CardEntryCheck::takesEntry(const QString& field, bool header) const {
     // Keys, versions, approval, the stop flag and what follows from the item or the lines.
     static const QStringList headerFields{"iautoid",   "id",      "qzts",  "ccheck",
                                           "bstopflag", "cinvstd", "fbzcb", "ivtid"};
@@ -871,7 +871,16 @@ bool CardEntryCheck::takesEntry(const QString& field, bool header) {
     return !(header ? headerFields : bodyFields).contains(field.trimmed().toLower());
 }
 
-bool CardEntryCheck::offersReference(const QString& field, bool header) {
+bool CardEntryCheck::picksItems(const QString& field) const {
+    return field == QLatin1String("cpscode") || field == QLatin1String("cinvname");
+}
+
+std::vector<std::pair<QString, QString>> CardEntryCheck::allLinesFields() const {
+    return {{QStringLiteral("cdepcode"), QStringLiteral("批量输入用料车间")},
+            {QStringLiteral("cwhcode"), QStringLiteral("批量输入仓库")}};
+}
+
+bool CardEntryCheck::offersReference(const QString& field, bool header) const {
     static const QStringList headerFields{"cpspcode", "cinvname", "csocode",  "cdepcode",
                                           "cdepname", "routcode", "routname", "croutsocode"};
     static const QStringList bodyFields{

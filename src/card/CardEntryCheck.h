@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CardEntry.h"
 #include "entry/ReferenceLookup.h"
 
 #include <QString>
@@ -31,24 +32,24 @@ struct EntryRefusal {
 // accepted one is written together with the fields that follow from it (names, units,
 // defaults, the auxiliary figures, the total standard cost). Nothing is written to the
 // database. The window, bomctl edit and the batch fill of lines all go through here.
-class CardEntryCheck {
+class CardEntryCheck : public CardEntry {
 public:
     CardEntryCheck(entry::Session& session, VoucherControl& card);
-    ~CardEntryCheck();
+    ~CardEntryCheck() override;
 
     // A header field; false when refused (its message shown).
-    bool headerEntry(const QString& field, const QString& value);
+    bool headerEntry(const QString& field, const QString& value) override;
     // A body cell of shown line `row` (from 0); false when refused (its message shown).
-    bool bodyEntry(int row, const QString& field, const QString& value);
+    bool bodyEntry(int row, const QString& field, const QString& value) override;
     // Items picked from the item reference into the component cell of line `row`: the first
     // fills that line, each further one a new line added after the last. Each pick passes the
     // component's checks and the one-level cycle check first; false at the first refused one
     // (its message shown; the lines filled before it stay).
-    bool pickItems(int row, const QStringList& itemCodes);
+    bool pickItems(int row, const QStringList& itemCodes) override;
     // The department or the warehouse of every line at once ("cdepcode" or "cwhcode"): each
     // line passes the cell check; the lines refused keep their value and their refusals are
     // shown together in one message. False when any line was refused.
-    bool fillAllLines(const QString& field, const QString& value);
+    bool fillAllLines(const QString& field, const QString& value) override;
 
     // The same checks without showing anything: what was refused, or nothing when accepted
     // (and written). Turning a saved line's substitutes off still asks its question.
@@ -61,13 +62,15 @@ public:
     // message shown, when there is none or it needs an earlier entry first ("请先输入母件编码",
     // "必须先输入存货！" …).
     std::optional<entry::ReferenceQuery> reference(const QString& field, int row,
-                                                   const QString& typedText);
+                                                   const QString& typedText) override;
 
     // Whether the operator may enter a field at all: keys, versions, the approval, the stop flag
     // and what the item or the lines fill are the system's ("该项由系统填写，不能修改！").
-    static bool takesEntry(const QString& field, bool header);
+    bool takesEntry(const QString& field, bool header) const override;
     // Whether a field offers a reference list to pick from (a header field when `header`).
-    static bool offersReference(const QString& field, bool header);
+    bool offersReference(const QString& field, bool header) const override;
+    bool picksItems(const QString& field) const override;
+    std::vector<std::pair<QString, QString>> allLinesFields() const override;
 
     // The header's total standard cost from its labour and overhead and the lines' material
     // costs (empty values count as 0).

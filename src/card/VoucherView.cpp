@@ -1,7 +1,7 @@
 #include "VoucherView.h"
 
 #include "CardDocument.h"
-#include "CardEntryCheck.h"
+#include "CardEntry.h"
 #include "list/ReferenceDialog.h"
 
 #include <QAbstractItemDelegate>
@@ -39,6 +39,8 @@ public:
 
     // Where an entry goes when the card checks its entries; false when refused.
     std::function<bool(int row, const QString& field, const QString& value)> enter;
+    // Whether a column takes entries at all when the card checks them.
+    std::function<bool(const QString& field)> takes;
 
     const std::vector<CardField>& fields() const { return fields_; }
 
@@ -98,8 +100,7 @@ public:
 
     Qt::ItemFlags flags(const QModelIndex& index) const override {
         Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-        if (editable() && (!enter || CardEntryCheck::takesEntry(
-                                         fields_[std::size_t(index.column())].name, false)))
+        if (editable() && (!takes || takes(fields_[std::size_t(index.column())].name)))
             flags |= Qt::ItemIsEditable;
         return flags;
     }
@@ -253,7 +254,7 @@ void VoucherView::refresh() {
         const QString text = field.text(document_.headerText(field.name));
         if (edit->text() != text)
             edit->setText(text);
-        edit->setReadOnly(!editable || (check_ && !CardEntryCheck::takesEntry(field.name, true)));
+        edit->setReadOnly(!editable || (check_ && !check_->takesEntry(field.name, true)));
     }
     model_->refresh();
     const int row = document_.IsAggregateStatus() ? -1 : document_.currentRow();
@@ -316,9 +317,10 @@ bool VoucherView::enterCell(int row, const QString& field, const QString& value)
     return accepted;
 }
 
-void VoucherView::setEntryCheck(entry::Session& session, CardEntryCheck& check) {
+void VoucherView::setEntryCheck(entry::Session& session, CardEntry& check) {
     session_ = &session;
     check_ = &check;
+    model_->takes = [this](const QString& field) { return check_->takesEntry(field, false); };
     model_->enter = [this](int row, const QString& field, const QString& value) {
         return enterCell(row, field, value);
     };
@@ -326,7 +328,7 @@ void VoucherView::setEntryCheck(entry::Session& session, CardEntryCheck& check) 
 }
 
 void VoucherView::offerReference(QLineEdit* edit, const QString& field, int row) {
-    if (!check_ || !CardEntryCheck::offersReference(field, row < 0))
+    if (!check_ || !check_->offersReference(field, row < 0))
         return;
     QAction* button = edit->addAction(style()->standardIcon(QStyle::SP_FileDialogContentsView),
                                       QLineEdit::TrailingPosition);
@@ -391,11 +393,12 @@ void VoucherView::fillAllLines(const QString& field) {
 void VoucherView::showLinesMenu(const QPoint& at) {
     if (!check_ || document_.VoucherStatus() != 1 || document_.IsAggregateStatus())
         return;
+    const auto fields = check_->allLinesFields();
+    if (fields.empty())
+        return;
     QMenu menu(this);
-    menu.addAction(QStringLiteral("批量输入用料车间"), this,
-                   [this] { fillAllLines(QStringLiteral("cdepcode")); });
-    menu.addAction(QStringLiteral("批量输入仓库"), this,
-                   [this] { fillAllLines(QStringLiteral("cwhcode")); });
+    for (const auto& [field, caption] : fields)
+        menu.addAction(caption, this, [this, field = field] { fillAllLines(field); });
     menu.exec(body_->viewport()->mapToGlobal(at));
 }
 

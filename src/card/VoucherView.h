@@ -19,14 +19,14 @@ class Session;
 namespace bom::card {
 
 class CardDocument;
-class CardEntryCheck;
+class CardEntry;
 
 // The card as the operator sees it: the template's header fields above the grid of lines.
 // It draws the document, redraws whenever the document changes, and writes what the operator
 // types back into it; only an editable card (VoucherStatus 1) takes entries. With an entry
 // check every entry passes it: a refused one shows its message and the field or cell keeps
 // its value and the focus; code fields then offer their reference list (F2 or the field's
-// button), and the lines' menu fills the department or warehouse of all lines.
+// button), and the lines' menu fills one value into all lines.
 class VoucherView : public QWidget {
     Q_OBJECT
 public:
@@ -43,12 +43,11 @@ public:
     // The first shown line from `from` on with a visible cell containing `text`, or -1.
     int findRow(const QString& text, int from = 0) const;
 
-    void setEntryCheck(entry::Session& session, CardEntryCheck& check);
+    void setEntryCheck(entry::Session& session, CardEntry& check);
     // The reference of a header field (`row` -1) or of a cell, what is picked entered through
     // the check (several items at once fill several lines).
     void openReference(const QString& field, int row);
-    // The department ("cdepcode") or warehouse ("cwhcode") of every line, picked from its
-    // reference.
+    // One value of `field` for every line, picked from its reference.
     void fillAllLines(const QString& field);
 
     QLineEdit* headerEdit(const QString& field) const { return headerEdits_.value(field); }
@@ -86,7 +85,7 @@ private:
     BodyModel* model_ = nullptr;
     QTableView* body_ = nullptr;
     entry::Session* session_ = nullptr;
-    CardEntryCheck* check_ = nullptr;
+    CardEntry* check_ = nullptr;
     bool checking_ = false; // a check's message box is up: focus changes are not entries
     bool refreshing_ = false;
     bool headerSized_ = false; // the operator has set the split between header and lines
