@@ -30,7 +30,7 @@ struct CardWindowTexts {
                               "Ctrl+P 打印　Ctrl+F4 退出");
     }
     static QString helpTitle() { return QStringLiteral("操作帮助"); }
-    static QString notYet() { return QStringLiteral("该功能将在后续版本提供。"); }
+    static QString saveLineFirst() { return QStringLiteral("新增的子件请先保存，再编辑替代料。"); }
 };
 
 } // namespace bom::card

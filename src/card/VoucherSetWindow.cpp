@@ -16,6 +16,7 @@
 #include "entry/Session.h"
 #include "list/FileChooserDialog.h"
 #include "list/HtmlPrintDialog.h"
+#include "options/OptionsCardDialog.h"
 #include "suite/qt/QtPrompter.h"
 
 #include <QAction>
@@ -123,9 +124,8 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
     entryCheck_ = std::make_unique<CardEntryCheck>(session_, document_);
     voucher_ = std::make_unique<clsVoucher>(session_, document_, *this, navigator);
     // The substitutes' own card comes with the options subsystem.
-    voucher_->openOptionsCard = [](const QString&, QString& error) {
-        error = CardWindowTexts::notYet();
-        return false;
+    voucher_->openOptionsCard = [this](const QString& line, QString& error) {
+        return openSubstitutes(line, error);
     };
     try {
         if (session_.gConn)
@@ -542,6 +542,23 @@ void VoucherSetWindow::showHistory(const QString&,
                                    const std::vector<bomservice::BomHistory::Entry>& entries) {
     HistoryDialog dialog(entries, document_.layout(), this);
     dialog.exec();
+}
+
+bool VoucherSetWindow::openSubstitutes(const QString& lineAutoid, QString& error) {
+    if (lineAutoid.trimmed().isEmpty()) {
+        error = CardWindowTexts::saveLineFirst();
+        return false;
+    }
+    options::OptionsCardDialog dialog(session_, lineAutoid, this);
+    if (!dialog.load())
+        return false; // said already
+    dialog.exec();
+    // The substitutes' save moved the BOM's version on; a card loaded at the version they were
+    // loaded at is still the BOM as stored, so it takes the new one and saves over it later.
+    if (dialog.versionSaved() != dialog.versionLoaded() &&
+        document_.headerText(QStringLiteral("qzts")).toLongLong() == dialog.versionLoaded())
+        document_.setHeaderText(QStringLiteral("qzts"), QString::number(dialog.versionSaved()));
+    return true;
 }
 
 void VoucherSetWindow::showAttachments(const QString& headerId) {

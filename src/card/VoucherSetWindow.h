@@ -120,6 +120,8 @@ private:
     void selectShownNode();
     void updateAttachmentCount();
     void afterCommand();
+    // The substitutes card of a saved line (TLBOPT).
+    bool openSubstitutes(const QString& lineAutoid, QString& error);
 
     entry::Session& session_;
     entry::DisplayTerms terms_;

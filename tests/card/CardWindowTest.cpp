@@ -8,6 +8,7 @@
 #include "entry/IProduct.h"
 #include "list/PagedQueryModel.h"
 #include "list/ProductListWindow.h"
+#include "options/OptionsCardDialog.h"
 #include "suite/Login.h"
 #include "support/ListWindowSession.h"
 #include "support/TestAccount.h"
@@ -69,11 +70,12 @@ QSettings treeSetting() {
     return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("BOM"));
 }
 
-// What a cell editor commits when the operator types into the card's grid.
-void type(card::VoucherSetWindow& w, int row, const QString& field, const QString& text) {
-    QAbstractItemModel* body = w.view()->body()->model();
+// What a cell editor commits when the operator types into a card's grid.
+void type(card::VoucherView* view, card::CardDocument& document, int row, const QString& field,
+          const QString& text) {
+    QAbstractItemModel* body = view->body()->model();
     int column = 0;
-    for (const card::CardField& shown : w.document().layout().body) {
+    for (const card::CardField& shown : document.layout().body) {
         if (!shown.visible)
             continue;
         if (shown.name == field) {
@@ -83,6 +85,10 @@ void type(card::VoucherSetWindow& w, int row, const QString& field, const QStrin
         ++column;
     }
     ADD_FAILURE() << "no column " << field.toStdString();
+}
+
+void type(card::VoucherSetWindow& w, int row, const QString& field, const QString& text) {
+    type(w.view(), w.document(), row, field, text);
 }
 
 } // namespace
@@ -232,6 +238,51 @@ TEST_P(CardWindowTest, RefusedEntryKeepsItsOldValueAndTheFocus) {
     rate->setText(QStringLiteral("12"));
     emit rate->editingFinished();
     EXPECT_EQ(w->document().headerText(QStringLiteral("fbzgzl")).toDouble(), 12);
+}
+
+TEST_P(CardWindowTest, SubstitutesCardSavesAndTheCardStillSavesAfterIt) {
+    auto w = open(kFrame);
+    prompter().queueAnswer(Answer::Yes); // the frame is a shared part: modify it all the same
+    press(w->view()->body(), Qt::Key_F8); // the BOM card in edit while its substitutes change
+    ASSERT_EQ(w->document().VoucherStatus(), 1) << prompter().texts().join('|').toStdString();
+    int tube = -1;
+    for (int row = 0; row < w->document().BodyRows(); ++row)
+        if (w->document().bodyText(row, QStringLiteral("cpscode")) == QLatin1String("TU100"))
+            tube = row;
+    ASSERT_GE(tube, 0);
+    w->document().setCurrentRow(tube);
+    ASSERT_TRUE(w->button(QStringLiteral("tlbOpt"))->isEnabled());
+    const QString line = w->document().bodyText(tube, QStringLiteral("autoid"));
+
+    bool opened = false;
+    test::answerModals(
+        [&] { w->buttonClick(QStringLiteral("tlbOpt")); },
+        [&](QWidget* modal) {
+            auto* d = qobject_cast<options::OptionsCardDialog*>(modal);
+            if (!d)
+                return;
+            opened = true;
+            // The line above, read only; its one stored substitute below.
+            EXPECT_EQ(d->document().headerText(QStringLiteral("cpscode")), QStringLiteral("TU100"));
+            EXPECT_TRUE(d->view()->headerEdit(QStringLiteral("cpscode"))->isReadOnly());
+            ASSERT_EQ(d->document().BodyRows(), 1);
+            d->addRow();
+            type(d->view(), d->document(), 1, QStringLiteral("cinvcode"), QStringLiteral("SP100"));
+            EXPECT_EQ(d->document().bodyText(1, QStringLiteral("cinvname")),
+                      QStringLiteral("辐条"));
+            EXPECT_TRUE(d->save()) << prompter().texts().join('|').toStdString();
+            d->accept();
+        });
+    ASSERT_TRUE(opened);
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT count(*) FROM ProstruOpt WHERE AutoID=?"),
+                         {line.toLongLong()})
+                  .toInt(),
+              2);
+    // The card took the version the substitutes' save moved on to, so its own save is no
+    // lost update.
+    prompter().clear();
+    press(w->view()->body(), Qt::Key_F6);
+    EXPECT_EQ(w->document().VoucherStatus(), 0) << prompter().texts().join('|').toStdString();
 }
 
 TEST_P(CardWindowTest, TreeRootStaysAndOtherNodesOpenTheirBom) {
