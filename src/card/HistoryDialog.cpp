@@ -14,9 +14,15 @@ using bomservice::BomHistory;
 
 QString HistoryDialog::kindText(const QString& kind) {
     static const std::pair<const char*, const char*> kNames[] = {
-        {BomHistory::kCreated, "新增"},         {BomHistory::kHeader, "表头修改"},
-        {BomHistory::kLineAdded, "增行"},       {BomHistory::kLineRemoved, "删行"},
-        {BomHistory::kLineChanged, "表体修改"}, {BomHistory::kDeleted, "删除"}};
+        {BomHistory::kCreated, "新增"},
+        {BomHistory::kHeader, "表头修改"},
+        {BomHistory::kLineAdded, "增行"},
+        {BomHistory::kLineRemoved, "删行"},
+        {BomHistory::kLineChanged, "表体修改"},
+        {BomHistory::kDeleted, "删除"},
+        {BomHistory::kOptionAdded, "增加替代料"},
+        {BomHistory::kOptionRemoved, "删除替代料"},
+        {BomHistory::kOptionChanged, "修改替代料"}};
     for (const auto& [key, name] : kNames)
         if (kind == QLatin1String(key))
             return QString::fromUtf8(name);
