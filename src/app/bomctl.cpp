@@ -15,7 +15,8 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, printCommands})
+    for (auto group :
+         {bomCommands, cardCommands, cardToolCommands, listCommands, batchCommands, printCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -40,7 +41,9 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  validate: cycle_path when a cycle was found    card-delete: iautoid");
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
     std::puts("  copy: iautoid (the copy asked for), created (every copy, top first)");
-    std::puts("  history: rows (time, user, kind, field, old, new, line; newest first)");
+    std::puts("  history: rows (time, user, kind, field, old, new, line, run; newest first)");
+    std::puts("  batch: run, changed, skipped (iautoid, reason); --dry-run: preview too (iautoid,");
+    std::puts("    cpspcode, before, after, cost_before, cost_after)    batch runs: runs");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
     std::puts("  print: pdf, pages, template");
 }

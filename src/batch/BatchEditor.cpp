@@ -94,6 +94,7 @@ bool BatchEditor::InitBatch(Operation operation, const QStringList& boms,
             fields_->setCurrentItem(scope_.component.code);
         }
     } catch (const db::DbError& e) {
+        databaseFailed_ = true;
         show(BatchTexts::failed(e.message()), 16);
         return false;
     }
@@ -171,6 +172,7 @@ bool BatchEditor::checkComponent(bool numerator) {
 }
 
 bool BatchEditor::CheckSave() {
+    databaseFailed_ = false;
     try {
         switch (scope_.operation) {
         case Operation::Add:
@@ -195,6 +197,7 @@ bool BatchEditor::CheckSave() {
             return true;
         }
     } catch (const db::DbError& e) {
+        databaseFailed_ = true;
         show(BatchTexts::failed(e.message()), 16);
     }
     return false;
@@ -211,6 +214,7 @@ std::optional<BatchPlan> BatchEditor::Preview() {
         }
         return plan;
     } catch (const db::DbError& e) {
+        databaseFailed_ = true;
         show(BatchTexts::failed(e.message()), 16);
         return std::nullopt;
     }
@@ -251,6 +255,7 @@ std::optional<BatchEditor::Result> BatchEditor::Save(const Progress& progress) {
         result.run = 0;
         return result;
     } catch (const db::DbError& e) {
+        databaseFailed_ = true;
         show(BatchTexts::failed(e.message()), 16);
         return std::nullopt;
     }

@@ -71,6 +71,9 @@ public:
     // The save: the checks, then the run in one transaction and its messages. Nothing when a
     // check stopped it or the run failed (its message shown); a cancelled run wrote nothing.
     std::optional<Result> Save(const Progress& progress = {});
+    // Whether the last check, preview or save stopped on a database failure (its message
+    // shown) rather than on a rule.
+    bool failedOnDatabase() const { return databaseFailed_; }
 
 private:
     bool checkComponent(bool numerator);
@@ -83,6 +86,7 @@ private:
     BatchScope scope_;
     std::unique_ptr<BatchFields> fields_;
     QString componentKey_;
+    bool databaseFailed_ = false;
     QString lineDescription_;
     db::Rows currentLine_;
 };

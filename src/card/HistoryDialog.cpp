@@ -14,9 +14,16 @@ using bomservice::BomHistory;
 
 QString HistoryDialog::kindText(const QString& kind) {
     static const std::pair<const char*, const char*> kNames[] = {
-        {BomHistory::kCreated, "新增"},         {BomHistory::kHeader, "表头修改"},
-        {BomHistory::kLineAdded, "增行"},       {BomHistory::kLineRemoved, "删行"},
-        {BomHistory::kLineChanged, "表体修改"}, {BomHistory::kDeleted, "删除"}};
+        {BomHistory::kCreated, "新增"},
+        {BomHistory::kHeader, "表头修改"},
+        {BomHistory::kLineAdded, "增行"},
+        {BomHistory::kLineRemoved, "删行"},
+        {BomHistory::kLineChanged, "表体修改"},
+        {BomHistory::kDeleted, "删除"},
+        {BomHistory::kRunLineAdded, "批量增加"},
+        {BomHistory::kRunLineDeleted, "批量删除"},
+        {BomHistory::kRunLineChanged, "批量修改"},
+        {BomHistory::kRunUndone, "撤销批量处理"}};
     for (const auto& [key, name] : kNames)
         if (kind == QLatin1String(key))
             return QString::fromUtf8(name);
