@@ -16,7 +16,7 @@ namespace {
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
     for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands,
-                       printCommands})
+                       batchCommands, printCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -43,7 +43,9 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  options-save: autoid, qzts (the BOM's version), compsubid (refused: result)");
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
     std::puts("  copy: iautoid (the copy asked for), created (every copy, top first)");
-    std::puts("  history: rows (time, user, kind, field, old, new, line; newest first)");
+    std::puts("  history: rows (time, user, kind, field, old, new, line, run; newest first)");
+    std::puts("  batch: run, changed, skipped (iautoid, reason); --dry-run: preview too (iautoid,");
+    std::puts("    cpspcode, before, after, cost_before, cost_after)    batch runs: runs");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
     std::puts("  print: pdf, pages, template");
 }

@@ -1,5 +1,6 @@
 #include "BomAccess.h"
 
+#include "db/BoundList.h"
 #include "entry/RowAuthFilter.h"
 #include "entry/Session.h"
 
@@ -13,6 +14,21 @@ bool BomAccess::MayTouch(const QString& headerId) const {
                          {headerId}} +
         entry::RowAuthFilter(session_).GetBomAuthFilter();
     return !session_.gConn->query(sql.sql, sql.params).empty();
+}
+
+QSet<QString> BomAccess::Touchable(const QStringList& headerIds) const {
+    QSet<QString> out;
+    if (headerIds.isEmpty())
+        return out;
+    db::Database& db = *session_.gConn;
+    const db::SqlCondition sql =
+        db::sqlText(QStringLiteral("select iautoid from pp_q_bomtreet where ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), headerIds) +
+        entry::RowAuthFilter(session_).GetBomAuthFilter();
+    const db::Rows rows = db.query(sql.sql, sql.params);
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out.insert(rows.at(i).at(0).toString());
+    return out;
 }
 
 QString BomAccess::HeaderOfLine(const QVariant& autoid) const {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QSet>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 namespace bom::entry {
@@ -17,6 +19,8 @@ public:
     explicit BomAccess(entry::Session& session) : session_(session) {}
 
     bool MayTouch(const QString& headerId) const;
+    // The same question for many BOMs in one query: those of `headerIds` he may touch.
+    QSet<QString> Touchable(const QStringList& headerIds) const;
     // The header id of the line when its BOM may be touched; empty when the line is gone or
     // its BOM is hidden.
     QString HeaderOfLine(const QVariant& autoid) const;

@@ -161,6 +161,15 @@ std::optional<BomCard> BomHistory::readStored(const QString& headerId, bool with
 
 void BomHistory::record(const QString& headerId, const QString& userId,
                         const std::vector<Change>& changes, qlonglong runId) {
+    std::vector<BomChange> many;
+    many.reserve(changes.size());
+    for (const Change& change : changes)
+        many.push_back({headerId, change});
+    record(many, userId, runId);
+}
+
+void BomHistory::record(const std::vector<BomChange>& changes, const QString& userId,
+                        qlonglong runId) {
     if (changes.empty())
         return;
     if (db_.transactionDepth() == 0) // history only ever joins the write it describes
@@ -174,10 +183,10 @@ void BomHistory::record(const QString& headerId, const QString& userId,
         QStringList tuples;
         db::Params values;
         for (std::size_t i = start; i < end; ++i) {
-            const Change& c = changes[i];
+            const Change& c = changes[i].change;
             tuples << tuple;
-            values << now << userId << headerId << c.line << c.kind << c.field << c.oldValue
-                   << c.newValue << runId;
+            values << now << userId << changes[i].headerId << c.line << c.kind << c.field
+                   << c.oldValue << c.newValue << runId;
         }
         db_.exec(QStringLiteral("insert into sys_bom_history(dtime, cuserid, iautoid, cline, "
                                 "ckind, cfield, cold, cnew, irunid) values ") +
@@ -187,17 +196,18 @@ void BomHistory::record(const QString& headerId, const QString& userId,
 }
 
 std::vector<BomHistory::Entry> BomHistory::read(const QString& headerId) {
-    const db::Rows rows =
-        db_.query(QStringLiteral("select dtime, cuserid, cline, ckind, cfield, cold, cnew from "
-                                 "sys_bom_history where iautoid=? order by id desc"),
-                  {headerId});
+    const db::Rows rows = db_.query(
+        QStringLiteral("select dtime, cuserid, cline, ckind, cfield, cold, cnew, irunid from "
+                       "sys_bom_history where iautoid=? order by id desc"),
+        {headerId});
     std::vector<Entry> out;
     out.reserve(rows.size());
     for (std::size_t i = 0; i < rows.size(); ++i)
         out.push_back({timeOf(rows.value(i, "dtime")),
                        rows.text(i, "cuserid"),
                        {rows.text(i, "ckind"), rows.text(i, "cfield"), rows.text(i, "cold"),
-                        rows.text(i, "cnew"), rows.text(i, "cline")}});
+                        rows.text(i, "cnew"), rows.text(i, "cline")},
+                       rows.value(i, "irunid").toLongLong()});
     return out;
 }
 

@@ -33,6 +33,12 @@ public:
     static constexpr const char* kOptionAdded = "option-add";
     static constexpr const char* kOptionRemoved = "option-remove";
     static constexpr const char* kOptionChanged = "option-change";
+    // A line a multi-BOM run added (A), deleted (D) or changed (M), and a run's change undone:
+    // the old and new values are the line's descriptions (LineDescriber), one entry per line.
+    static constexpr const char* kRunLineAdded = "batch-add";
+    static constexpr const char* kRunLineDeleted = "batch-delete";
+    static constexpr const char* kRunLineChanged = "batch-modify";
+    static constexpr const char* kRunUndone = "run-undo";
 
     // Values as stored (flags as their numbers). A new BOM's entry carries its parent code as
     // the new value, a deleted one's as the old; an added line its component as the new value,
@@ -47,6 +53,12 @@ public:
     struct Entry {
         QDateTime time;
         QString user;
+        Change change;
+        qlonglong run = 0; // the multi-BOM run it was part of, 0 for none
+    };
+    // A change of one of several BOMs, for a run that records many at once.
+    struct BomChange {
+        QString headerId;
         Change change;
     };
 
@@ -79,6 +91,8 @@ public:
     // Runs in the caller's transaction. `runId` 0: not part of a multi-BOM run.
     void record(const QString& headerId, const QString& userId, const std::vector<Change>& changes,
                 qlonglong runId = 0);
+    // Changes of many BOMs in as few statements as the database takes.
+    void record(const std::vector<BomChange>& changes, const QString& userId, qlonglong runId);
 
     // The BOM's history, newest first.
     std::vector<Entry> read(const QString& headerId);

@@ -7,6 +7,7 @@
 #include "Guards.h"
 #include "RowWriter.h"
 #include "ServiceTexts.h"
+#include "db/BoundList.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomIdentity.h"
@@ -244,6 +245,26 @@ void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {
                                "ProductStructures where cpspcode=? group by cpspcode, cpscode"),
                 {parent});
     }
+}
+
+void BomSaver::SaveQuantityTotals(const QStringList& parentCodes,
+                                  const QStringList& componentCodes) {
+    db::Database& db = *session_.gConn;
+    if (parentCodes.isEmpty() || componentCodes.isEmpty())
+        return;
+    const db::SqlCondition pairs =
+        db::BoundList::in(db.dialect(), QStringLiteral("cpspcode"), parentCodes) +
+        db::sqlText(QStringLiteral(" and ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("cpscode"), componentCodes);
+    const db::SqlCondition gone =
+        db::sqlText(QStringLiteral("delete from ProductStructuresEx where ")) + pairs;
+    db.exec(gone.sql, gone.params);
+    const db::SqlCondition sums =
+        db::sqlText(QStringLiteral("insert into ProductStructuresEx(cPSPCode,cPSCode,iPSQuantity) "
+                                   "select cpspcode, cpscode, SUM(COALESCE(ipsquantity,0)) from "
+                                   "ProductStructures where ")) +
+        pairs + db::sqlText(QStringLiteral(" group by cpspcode, cpscode"));
+    db.exec(sums.sql, sums.params);
 }
 
 void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {

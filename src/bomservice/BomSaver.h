@@ -33,6 +33,9 @@ public:
     // Totals per (parent, component) are recomputed from the stored lines of the parents the
     // save touched, so they always equal the sum over every BOM of the pair.
     void SaveQuantityTotals(const QStringList& parentCodes);
+    // The same for the pairs of `parentCodes` and `componentCodes` only, in two statements
+    // however many parents there are: what a run over many BOMs with one component changes.
+    void SaveQuantityTotals(const QStringList& parentCodes, const QStringList& componentCodes);
     void SetLineKeys(BomCard& card, const QString& headerId);
     void LinkLineChildren(const QString& headerId);
     void LinkSalesOrder(const QString& headerId, const QString& salesOrder);

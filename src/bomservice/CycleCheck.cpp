@@ -1,5 +1,6 @@
 #include "CycleCheck.h"
 
+#include "db/BoundList.h"
 #include "db/Database.h"
 #include "suite/Prompter.h"
 
@@ -134,6 +135,28 @@ bool CycleCheck::CheckCycleUp(const BomCard& card, const QString& componentCode,
         return true;
     return report(card.header.text(0, QStringLiteral("cpspcode")), currentCode, componentCode,
                   reach);
+}
+
+QStringList CycleCheck::ParentsClosingCycle(const QString& componentCode,
+                                            const QStringList& parentCodes) {
+    if (parentCodes.isEmpty())
+        return {};
+    // Downwards from the component itself, as reachFrom goes upwards; UNION ends old loops.
+    const db::SqlCondition sql =
+        db::SqlCondition{QStringLiteral("WITH RECURSIVE down(code) AS ("
+                                        " SELECT CAST(? AS VARCHAR(60))"
+                                        " UNION"
+                                        " SELECT s.cpscode FROM ProductStructures s"
+                                        " JOIN down ON s.cpspcode=down.code)"
+                                        " SELECT code FROM down WHERE "),
+                         {componentCode}} +
+        db::BoundList::in(db_.dialect(), QStringLiteral("code"), parentCodes);
+    const db::Rows rows = db_.query(sql.sql, sql.params);
+    QStringList out;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out << rows.at(i).at(0).toString();
+    out.sort(); // the same order on every database
+    return out;
 }
 
 bool CycleCheck::HasDirectCycle(const QString& parentCode, const QString& componentCode) {

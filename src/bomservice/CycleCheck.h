@@ -37,6 +37,11 @@ public:
     // The same question without a message, for callers that word the refusal themselves.
     bool HasDirectCycle(const QString& parentCode, const QString& componentCode);
 
+    // A component for many BOMs at once: the codes among `parentCodes` that occur in
+    // `componentCode`'s own structure below it, the component itself included, each of which
+    // would become its own ancestor. Sorted by code; one query whatever the number of parents.
+    QStringList ParentsClosingCycle(const QString& componentCode, const QStringList& parentCodes);
+
     // The cycle found last: the card's parent, then the way up that a depth-first walk taking
     // each item's parents in code order finds first, up to the component.
     const QStringList& lastPath() const { return lastPath_; }

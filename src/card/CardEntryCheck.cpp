@@ -12,7 +12,6 @@
 #include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
 
-#include <QDate>
 #include <QRegularExpression>
 
 namespace bom::card {
@@ -376,28 +375,24 @@ CardEntryCheck::Refusal CardEntryCheck::userDefinedRule(Edit& edit, const QStrin
     return std::nullopt;
 }
 
-// A value of an item userdef defines: of its type, within its length and, when the definition
-// says so, one of its listed values. An item without a definition takes any text.
+// A value of an item userdef defines, by the rule every entry check shares.
 CardEntryCheck::Refusal CardEntryCheck::definedValueRule(const QString& cls, const QString& item,
                                                          const QString& value) {
-    std::optional<UserDefinition> definition;
+    using Verdict = entry::EntryLookups::DefinedValue;
+    Verdict verdict = Verdict::Accepted;
     try {
-        definition = lookups_->definition(cls, item);
+        verdict = lookups_->master().checkDefinedValue(cls, item, value);
     } catch (const db::DbError&) {
         return refuse(Texts::userDefinitionsUnread(), 16);
     }
-    if (!definition)
+    switch (verdict) {
+    case Verdict::Accepted:
         return std::nullopt;
-    if (definition->type == QStringLiteral("数值") && !ToNumber(value))
+    case Verdict::NotANumber:
         return refuse(Texts::notANumber());
-    if (definition->type == QStringLiteral("日期") &&
-        !QDate::fromString(value, Qt::ISODate).isValid())
+    default:
         return refuse(Texts::userValueRefused());
-    if (definition->length > 0 && value.size() > definition->length)
-        return refuse(Texts::userValueRefused());
-    if (definition->checked && !lookups_->definedValue(definition->id, value))
-        return refuse(Texts::userValueRefused());
-    return std::nullopt;
+    }
 }
 
 // Lines.

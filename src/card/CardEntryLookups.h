@@ -1,6 +1,7 @@
 #pragma once
 
 #include "entry/DisplayTerms.h"
+#include "entry/EntryLookups.h"
 #include "entry/ReferenceLookup.h"
 
 #include <QHash>
@@ -15,35 +16,11 @@ class Session;
 
 namespace bom::card {
 
-// An item as a card's parent or component takes it.
-struct EntryItem {
-    QString code;
-    QString name;
-    QString specification;
-    QString addCode;
-    QString mainUnitName;
-    QString auxUnitCode; // the item's default auxiliary unit, empty when it has none
-    QString auxUnitName;
-    QVariant auxRate;
-    int auxGroupType = 0; // of the auxiliary unit's group
-    int planPolicy = 0;
-    bool tracked = false;
-    std::array<bool, 10> usesFree{};
-    std::array<QVariant, 16> defines; // cinvdefine1 … cinvdefine16
-    QVariant referenceCost;           // null when the item has none
-};
-
-struct EntryWarehouse {
-    QString code;
-    QString name;
-    int property = 0; // 0 ordinary, 1 site, 2 outsourcing
-    bool isSite() const { return property == 1 || property == 2; }
-};
-
-struct EntryCode {
-    QString code;
-    QString name;
-};
+// The master data the card shares with the other entry checks.
+using EntryItem = entry::EntryItem;
+using EntryWarehouse = entry::EntryWarehouse;
+using EntryCode = entry::EntryCode;
+using UserDefinition = entry::UserDefinition;
 
 struct EntryRouting {
     QVariant id;
@@ -57,15 +34,6 @@ struct EntryUnit {
     QString name;
     QVariant rate;
     int groupType = 0;
-};
-
-// A user-defined item or free item as userdef defines it.
-struct UserDefinition {
-    int id = 0;
-    QString caption;
-    QString type; // "文本", "数值", "日期" …
-    int length = 0;
-    bool checked = false; // values must be among its userdefine rows
 };
 
 // The database questions of the card's entry checks, each narrowed to the operator's row rights
@@ -122,21 +90,15 @@ public:
     entry::ReferenceQuery routingVersions(const QString& routCode, const QString& typed);
     entry::ReferenceQuery unitsOfItem(const QString& itemCode, const QString& typed);
 
+    entry::EntryLookups& master() { return master_; }
+
 private:
-    std::optional<EntryItem> item(const db::SqlCondition& kind, const QString& typed,
-                                  const QString& preferred);
-    // "select code, name from <from> (code=typed or name=typed)" under the rights on `table`.
-    std::optional<EntryCode> codeAndName(const QString& from, const QString& code,
-                                         const QString& name, const QString& table,
-                                         const QString& typed);
-    db::SqlCondition rights(const QString& table) const;
     db::SqlCondition routingOf(const QString& parent, const QStringList& freeItems) const;
-    QString loginDay() const;
 
     entry::Session& session_;
     db::Database& db_;
+    entry::EntryLookups master_;
     std::optional<entry::DisplayTerms> terms_;
-    QHash<QString, QHash<QString, UserDefinition>> definitions_; // class -> item -> definition
 };
 
 } // namespace bom::card

@@ -22,7 +22,11 @@ QString HistoryDialog::kindText(const QString& kind) {
         {BomHistory::kDeleted, "删除"},
         {BomHistory::kOptionAdded, "增加替代料"},
         {BomHistory::kOptionRemoved, "删除替代料"},
-        {BomHistory::kOptionChanged, "修改替代料"}};
+        {BomHistory::kOptionChanged, "修改替代料"},
+        {BomHistory::kRunLineAdded, "批量增加"},
+        {BomHistory::kRunLineDeleted, "批量删除"},
+        {BomHistory::kRunLineChanged, "批量修改"},
+        {BomHistory::kRunUndone, "撤销批量处理"}};
     for (const auto& [key, name] : kNames)
         if (kind == QLatin1String(key))
             return QString::fromUtf8(name);

@@ -25,6 +25,9 @@ public:
         return QStringLiteral("SELECT name, type FROM pragma_table_info(?)");
     }
     QString typedPlaceholder(const QString&) const override { return QStringLiteral("?"); }
+    QString listElements(bool) const override {
+        return QStringLiteral("(SELECT value AS v FROM json_each(?))");
+    }
     Kind kind() const override { return Kind::Sqlite; }
     QString name() const override { return QStringLiteral("sqlite"); }
     QString translateSchema(const QString& script) const override {
@@ -82,6 +85,12 @@ public:
     }
     QString typedPlaceholder(const QString& type) const override {
         return type.isEmpty() ? QStringLiteral("?") : QStringLiteral("CAST(? AS %1)").arg(type);
+    }
+    QString listElements(bool numbers) const override {
+        return numbers ? QStringLiteral("(SELECT CAST(e AS BIGINT) AS v FROM "
+                                        "json_array_elements_text(CAST(? AS json)) AS e)")
+                       : QStringLiteral("(SELECT e AS v FROM json_array_elements_text(CAST(? AS "
+                                        "json)) AS e)");
     }
     Kind kind() const override { return Kind::Postgres; }
     QString name() const override { return QStringLiteral("postgresql"); }

@@ -42,6 +42,10 @@ public:
     // A placeholder for a value of SQL type `type` where nothing around it tells the database
     // its type (a VALUES list): PostgreSQL would take text.
     virtual QString typedPlaceholder(const QString& type) const = 0;
+    // A one-column subquery over the elements of a JSON array bound to its one placeholder, as
+    // text or as whole numbers, its column named v: a list of any length reaches SQL as a
+    // single value.
+    virtual QString listElements(bool numbers) const = 0;
 
     static std::unique_ptr<Dialect> create(Kind kind);
 };

@@ -1,6 +1,7 @@
 #include "BomVisibility.h"
 
 #include "RowAuthFilter.h"
+#include "db/BoundList.h"
 #include "db/Database.h"
 #include "db/Transaction.h"
 #include "suite/RightsStore.h"
@@ -69,18 +70,20 @@ void BomVisibility::RefreshBoms(const QStringList& headerIds) {
     db::Transaction tx(db_);
     const db::Rows kept = db_.query(QStringLiteral("select cuserid from sys_bom_visible_state") +
                                     db_.dialect().forShare());
-    for (const QString& id : headerIds)
-        db_.exec(QStringLiteral("delete from sys_bom_visible where iautoid=?"), {id});
+    // One statement per operator whatever the number of BOMs: a batch run decides thousands.
+    const db::SqlCondition gone =
+        db::sqlText(QStringLiteral("delete from sys_bom_visible where ")) +
+        db::BoundList::in(db_.dialect(), QStringLiteral("iautoid"), headerIds);
+    db_.exec(gone.sql, gone.params);
+    const db::SqlCondition these =
+        db::BoundList::in(db_.dialect(), QStringLiteral("h.iautoid"), headerIds);
     for (std::size_t i = 0; i < kept.size(); ++i) {
         const QString userId = kept.text(i, "cuserid");
         const RowAuthFilter::BomScopes scopes = scopesOf(db_, userId);
         if (!scopes.decidedRowByRow())
             continue; // renewed at his next sign-in, when his new rights take effect
-        for (const QString& id : headerIds) {
-            const db::SqlCondition insert =
-                visibleBoms(userId, scopes, {QStringLiteral("h.iautoid=?"), {id}});
-            db_.exec(insert.sql, insert.params);
-        }
+        const db::SqlCondition insert = visibleBoms(userId, scopes, these);
+        db_.exec(insert.sql, insert.params);
     }
     tx.commit();
 }

@@ -58,16 +58,17 @@ int runHistory(CtlContext& ctx) {
     for (const auto& entry : bomservice::BomHistory(ctx.db()).read(words->first())) {
         const auto& c = entry.change;
         const QString time = entry.time.toString(kTimeFormat);
-        ctx.printLine(
-            QStringList{time, entry.user, c.kind, c.line, c.field, c.oldValue, c.newValue}.join(
-                QLatin1Char('\t')));
+        ctx.printLine(QStringList{time, entry.user, c.kind, c.line, c.field, c.oldValue, c.newValue,
+                                  entry.run ? QString::number(entry.run) : QString()}
+                          .join(QLatin1Char('\t')));
         rows.append(QJsonObject{{"time", time},
                                 {"user", entry.user},
                                 {"kind", c.kind},
                                 {"field", c.field},
                                 {"old", c.oldValue},
                                 {"new", c.newValue},
-                                {"line", c.line}});
+                                {"line", c.line},
+                                {"run", entry.run}});
     }
     return ctx.finish(ExitOk, {{"rows", rows}});
 }

@@ -16,6 +16,7 @@ struct Command {
 
 // Every command group registers its commands here.
 std::vector<Command> accountCommands();
+std::vector<Command> batchCommands();
 std::vector<Command> bomCommands();
 std::vector<Command> cardCommands();
 std::vector<Command> cardToolCommands();

@@ -26,6 +26,8 @@ public:
     std::vector<Occurrence> occurrences(const std::vector<std::pair<QString, int>>& arities);
     // Positional words; sets `error` when an unknown option remains.
     QStringList positional(QString* error) const;
+    // The words not taken out yet, in order.
+    const QStringList& words() const { return words_; }
     bool missingValue() const { return missingValue_; }
     const QString& missingName() const { return missingName_; }
 

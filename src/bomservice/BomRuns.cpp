@@ -1,0 +1,376 @@
+#include "BomRuns.h"
+
+#include "BomAccess.h"
+#include "BomHistory.h"
+#include "Guards.h"
+#include "LineDescriber.h"
+#include "db/BoundList.h"
+#include "db/Database.h"
+#include "db/DbError.h"
+#include "db/Transaction.h"
+#include "entry/BomVisibility.h"
+#include "entry/Session.h"
+#include "suite/Prompter.h"
+
+#include <QHash>
+#include <QSet>
+
+namespace bom::bomservice {
+namespace {
+
+const QString kTimeFormat = QStringLiteral("yyyy-MM-dd HH:mm:ss");
+// A bound run id in a select list: PostgreSQL would take an untyped one for text.
+const QString kRunParam = QStringLiteral("CAST(? AS BIGINT)");
+
+QDateTime timeOf(const QVariant& value) {
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime();
+    return QDateTime::fromString(value.toString(), kTimeFormat);
+}
+
+QStringList texts(const db::Rows& rows, int column) {
+    QStringList out;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out << rows.at(i).at(column).toString();
+    return out;
+}
+
+} // namespace
+
+BomRuns::BomRuns(entry::Session& session) : session_(session) {}
+
+qlonglong BomRuns::Begin(const QString& operation, const QString& description) {
+    return session_.gConn
+        ->insertReturning(QStringLiteral("insert into sys_bom_run(cuserid, dtime, coperation, "
+                                         "cstate, cdescription) values (?,?,?,?,?) returning id"),
+                          {session_.gUserId, QDateTime::currentDateTime().toString(kTimeFormat),
+                           operation, QLatin1String(kDone), description})
+        .toLongLong();
+}
+
+QStringList BomRuns::copiedColumns(const QString& table, const QString& copy) {
+    db::Database& db = *session_.gConn;
+    const QStringList live = db.columnsOf(table);
+    QSet<QString> kept;
+    for (const QString& column : db.columnsOf(copy))
+        kept.insert(column.toLower());
+    for (const QString& column : live)
+        if (!kept.contains(column.toLower()))
+            throw db::DbError(QStringLiteral("运行记录表 %1 缺少列 %2").arg(copy, column));
+    return live;
+}
+
+void BomRuns::keep(const QString& table, const QString& copy, qlonglong run,
+                   const db::SqlCondition& where) {
+    const QString columns = copiedColumns(table, copy).join(QLatin1Char(','));
+    const db::SqlCondition sql =
+        db::SqlCondition{QStringLiteral("insert into %1(irunid, %2) select %4, %2 from %3 where ")
+                             .arg(copy, columns, table, kRunParam),
+                         {run}} +
+        where;
+    session_.gConn->exec(sql.sql, sql.params);
+}
+
+void BomRuns::KeepLines(qlonglong run, const db::SqlCondition& where) {
+    keep(QStringLiteral("ProductStructures"), QStringLiteral("sys_bom_run_line"), run, where);
+}
+
+void BomRuns::KeepOptions(qlonglong run, const db::SqlCondition& where) {
+    keep(QStringLiteral("ProstruOpt"), QStringLiteral("sys_bom_run_option"), run, where);
+}
+
+void BomRuns::KeepHeaders(qlonglong run, const db::SqlCondition& where) {
+    keep(QStringLiteral("ProductStructure"), QStringLiteral("sys_bom_run_header"), run, where);
+}
+
+void BomRuns::KeepTotals(qlonglong run, const QStringList& parents, const QStringList& components) {
+    db::Database& db = *session_.gConn;
+    const db::SqlCondition sql =
+        db::SqlCondition{
+            QStringLiteral("insert into sys_bom_run_total(irunid, cpspcode, cpscode, "
+                           "bbefore, ibefore) select CAST(? AS BIGINT), p.v, c.v, case when "
+                           "x.cPSPCode is null then 0 else 1 end, x.iPSQuantity "
+                           "from (select distinct v from "),
+            {run}} +
+        db::BoundList::texts(db.dialect(), parents) +
+        db::sqlText(QStringLiteral(" pl) p cross join (select distinct v from ")) +
+        db::BoundList::texts(db.dialect(), components) +
+        db::sqlText(QStringLiteral(" cl) c left join ProductStructuresEx x on x.cPSPCode=p.v "
+                                   "and x.cPSCode=c.v"));
+    db.exec(sql.sql, sql.params);
+}
+
+void BomRuns::KeepTotalsAfter(qlonglong run) {
+    const QString pair = QStringLiteral("x.cPSPCode=sys_bom_run_total.cpspcode and "
+                                        "x.cPSCode=sys_bom_run_total.cpscode");
+    session_.gConn->exec(
+        QStringLiteral("update sys_bom_run_total set bafter=case when exists (select 1 from "
+                       "ProductStructuresEx x where %1) then 1 else 0 end, iafter=(select "
+                       "x.iPSQuantity from ProductStructuresEx x where %1) where irunid=?")
+            .arg(pair),
+        {run});
+}
+
+void BomRuns::Created(qlonglong run, const db::SqlCondition& select) {
+    const db::SqlCondition sql =
+        db::SqlCondition{QStringLiteral("insert into sys_bom_run_created(irunid, iautoid, autoid) "
+                                        "select CAST(? AS BIGINT), made.* from ("),
+                         {run}} +
+        select + db::sqlText(QStringLiteral(") made"));
+    session_.gConn->exec(sql.sql, sql.params);
+}
+
+void BomRuns::Touched(qlonglong run, const QStringList& headerIds, const QString& kind) {
+    db::Database& db = *session_.gConn;
+    const db::SqlCondition sql =
+        db::SqlCondition{QStringLiteral("insert into sys_bom_run_bom(irunid, iautoid, ckind, "
+                                        "iqztsbefore) select CAST(? AS BIGINT), ids.v, ?, h.qzts "
+                                        "from "),
+                         {run, kind}} +
+        db::BoundList::texts(db.dialect(), headerIds) +
+        db::sqlText(QStringLiteral(" ids left join ProductStructure h on h.iautoid=ids.v"));
+    db.exec(sql.sql, sql.params);
+}
+
+void BomRuns::Finish(qlonglong run) {
+    session_.gConn->exec(
+        QStringLiteral("update sys_bom_run_bom set iqzts=(select h.qzts from ProductStructure h "
+                       "where h.iautoid=sys_bom_run_bom.iautoid) where irunid=?"),
+        {run});
+}
+
+std::vector<BomRuns::Run> BomRuns::List() {
+    const db::Rows rows = session_.gConn->query(
+        QStringLiteral("select r.id, r.cuserid, r.dtime, r.coperation, r.cstate, r.cdescription, "
+                       "(select count(*) from sys_bom_run_bom b where b.irunid=r.id) as boms "
+                       "from sys_bom_run r order by r.id desc"));
+    std::vector<Run> out;
+    out.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out.push_back({rows.value(i, "id").toLongLong(), rows.text(i, "cuserid"),
+                       timeOf(rows.value(i, "dtime")), rows.text(i, "coperation"),
+                       rows.text(i, "cstate"), rows.text(i, "cdescription"),
+                       rows.value(i, "boms").toInt()});
+    return out;
+}
+
+bool BomRuns::refuse(const QString& text, const QString& title) {
+    session_.prompter.info(text, title, 48);
+    return false;
+}
+
+bool BomRuns::Undo(qlonglong run, const QString& title) {
+    refused_.clear();
+    db::Database& db = *session_.gConn;
+    const QString name = QString::number(run);
+    {
+        db::Transaction tx(db);
+        const QString setup = db.dialect().longTransactionSetup();
+        if (!setup.isEmpty())
+            db.exec(setup);
+        // Taking the run first: a second undo of it waits here, then finds it undone.
+        if (db.exec(QStringLiteral("update sys_bom_run set cstate=? where id=? and cstate=?"),
+                    {QLatin1String(kUndone), run, QLatin1String(kDone)}) != 1)
+            return refuse(
+                db.query(QStringLiteral("select 1 from sys_bom_run where id=?"), {run}).empty()
+                    ? QStringLiteral("没有编号为%1的批量处理记录。").arg(name)
+                    : QStringLiteral("批量处理%1已经撤销过了。").arg(name),
+                title);
+        const db::Rows touched = db.query(
+            QStringLiteral("select b.iautoid, b.iqzts, h.qzts, h.cpspcode from sys_bom_run_bom b "
+                           "left join ProductStructure h on h.iautoid=b.iautoid where "
+                           "b.irunid=? order by h.cpspcode, b.iautoid"),
+            {run});
+        QStringList existing;
+        for (std::size_t i = 0; i < touched.size(); ++i)
+            if (!touched.value(i, "qzts").isNull())
+                existing << touched.text(i, "iautoid");
+        const QSet<QString> mayTouch = BomAccess(session_).Touchable(existing);
+        QStringList changed, hidden;
+        for (std::size_t i = 0; i < touched.size(); ++i) {
+            const QVariant left = touched.value(i, "iqzts");
+            const QVariant now = touched.value(i, "qzts");
+            const QString shown =
+                (touched.text(i, "cpspcode") + QLatin1Char(' ') + touched.text(i, "iautoid"))
+                    .trimmed();
+            if (left.isNull() != now.isNull() ||
+                (!now.isNull() && left.toLongLong() != now.toLongLong()))
+                changed << shown;
+            else if (!now.isNull() && !mayTouch.contains(touched.text(i, "iautoid")))
+                hidden << shown;
+        }
+        if (!changed.isEmpty()) {
+            refused_ = changed;
+            return refuse(
+                QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name) +
+                    changed.join(QStringLiteral("\r\n")),
+                title);
+        }
+        if (!hidden.isEmpty()) {
+            refused_ = hidden;
+            return refuse(
+                QStringLiteral("以下物料清单您无权修改，不能撤销批量处理%1：\r\n").arg(name) +
+                    hidden.join(QStringLiteral("\r\n")),
+                title);
+        }
+        // The versions read above are claimed in the same statement that moves them on, so a
+        // save that slipped in between is caught here.
+        const int claimed =
+            db.exec(QStringLiteral("update ProductStructure set qzts=qzts where iautoid in (select "
+                                   "b.iautoid from sys_bom_run_bom b where b.irunid=? and "
+                                   "b.iqzts=ProductStructure.qzts)"),
+                    {run});
+        if (claimed != existing.size()) {
+            refused_ = existing;
+            return refuse(
+                QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name) +
+                    existing.join(QStringLiteral("\r\n")),
+                title);
+        }
+        recordUndo(run);
+        restore(run);
+        // An earlier run that had left these BOMs as this one found them may be undone next.
+        db.exec(QStringLiteral("update sys_bom_run_bom set iqzts=(select h.qzts from "
+                               "ProductStructure h where h.iautoid=sys_bom_run_bom.iautoid) "
+                               "where irunid<>? and exists (select 1 from sys_bom_run r where "
+                               "r.id=sys_bom_run_bom.irunid and r.cstate=?) and exists (select "
+                               "1 from sys_bom_run_bom b where b.irunid=? and "
+                               "b.iautoid=sys_bom_run_bom.iautoid and "
+                               "b.iqztsbefore=sys_bom_run_bom.iqzts)"),
+                {run, QLatin1String(kDone), run});
+        entry::BomVisibility(db).RefreshBoms(texts(touched, 0));
+        db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
+                               "cname='bStruChange'"));
+        tx.commit();
+    }
+    return true;
+}
+
+void BomRuns::recordUndo(qlonglong run) {
+    db::Database& db = *session_.gConn;
+    // Each line the run made or changed, as it is now and as undo puts it back.
+    const db::Rows now = db.query(
+        QStringLiteral("select * from ProductStructures where autoid in (select autoid from "
+                       "sys_bom_run_created where irunid=? and autoid is not null union select "
+                       "autoid from sys_bom_run_line where irunid=?) order by autoid"),
+        {run, run});
+    const db::Rows before = db.query(
+        QStringLiteral("select * from sys_bom_run_line where irunid=? order by autoid"), {run});
+    LineDescriber describer(session_);
+    std::vector<const QVariantList*> all;
+    for (std::size_t i = 0; i < now.size(); ++i)
+        all.push_back(&now.at(i));
+    describer.learn(now, all);
+    all.clear();
+    for (std::size_t i = 0; i < before.size(); ++i)
+        all.push_back(&before.at(i));
+    describer.learn(before, all);
+
+    struct Pair {
+        QString headerId;
+        QString was;
+        QString back;
+    };
+    QHash<qlonglong, Pair> byLine;
+    QList<qlonglong> order;
+    auto take = [&](const db::Rows& rows, bool current) {
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const qlonglong line = rows.value(i, "autoid").toLongLong();
+            if (!byLine.contains(line))
+                order << line;
+            Pair& pair = byLine[line];
+            pair.headerId = rows.text(i, "ipid");
+            (current ? pair.was : pair.back) = describer.describe(rows, rows.at(i));
+        }
+    };
+    take(now, true);
+    take(before, false);
+    std::vector<BomHistory::BomChange> changes;
+    for (qlonglong line : order) {
+        const Pair& pair = byLine[line];
+        changes.push_back({pair.headerId,
+                           {QLatin1String(BomHistory::kRunUndone), QString(), pair.was, pair.back,
+                            QString::number(line)}});
+    }
+    BomHistory(db).record(changes, session_.gUserId, run);
+}
+
+void BomRuns::restore(qlonglong run) {
+    db::Database& db = *session_.gConn;
+    // What the run made goes: its lines with their substitutes, and whole BOMs it created.
+    db.exec(QStringLiteral("delete from ProstruOpt where AutoID in (select autoid from "
+                           "sys_bom_run_created where irunid=? and autoid is not null)"),
+            {run});
+    db.exec(QStringLiteral("delete from ProductStructures where autoid in (select autoid from "
+                           "sys_bom_run_created where irunid=? and autoid is not null)"),
+            {run});
+    const db::Rows made = db.query(
+        QStringLiteral("select iautoid from sys_bom_run_created where irunid=? and autoid is null"),
+        {run});
+    BomGuards guards(session_);
+    for (std::size_t i = 0; i < made.size(); ++i)
+        guards.RemoveStoredBom(made.text(i, "iautoid"));
+
+    // What it changed or removed comes back as it was. A header keeps its row version moving
+    // on past what the run left, so a card loaded since cannot write over the undone BOM.
+    const QStringList headerColumns =
+        copiedColumns(QStringLiteral("ProductStructure"), QStringLiteral("sys_bom_run_header"));
+    QStringList headerValues;
+    for (const QString& column : headerColumns)
+        headerValues << (column.compare(QLatin1String("qzts"), Qt::CaseInsensitive) == 0
+                             ? QStringLiteral("COALESCE(b.iqzts, x.qzts) + 1")
+                             : QStringLiteral("x.") + column);
+    db.exec(QStringLiteral("delete from ProductStructure where iautoid in (select iautoid from "
+                           "sys_bom_run_header where irunid=?)"),
+            {run});
+    db.exec(QStringLiteral("insert into ProductStructure(%1) select %2 from sys_bom_run_header x "
+                           "left join sys_bom_run_bom b on b.irunid=x.irunid and "
+                           "b.iautoid=x.iautoid where x.irunid=?")
+                .arg(headerColumns.join(QLatin1Char(',')), headerValues.join(QLatin1Char(','))),
+            {run});
+    struct Copy {
+        const char* table;
+        const char* copy;
+        const char* key;
+    };
+    for (const Copy& c : {Copy{"ProductStructures", "sys_bom_run_line", "autoid"},
+                          Copy{"ProstruOpt", "sys_bom_run_option", "compsubid"}}) {
+        const QString table = QLatin1String(c.table), copy = QLatin1String(c.copy);
+        const QString columns = copiedColumns(table, copy).join(QLatin1Char(','));
+        db.exec(QStringLiteral("delete from %1 where %2 in (select %2 from %3 where irunid=?)")
+                    .arg(table, QLatin1String(c.key), copy),
+                {run});
+        db.exec(QStringLiteral("insert into %1(%2) select %2 from %3 where irunid=?")
+                    .arg(table, columns, copy),
+                {run});
+    }
+
+    // Totals: as they were where nothing since has moved them from what the run left; worked
+    // out from the lines where something has.
+    const QString current = QStringLiteral("x.cPSPCode=sys_bom_run_total.cpspcode and "
+                                           "x.cPSCode=sys_bom_run_total.cpscode");
+    db.exec(QStringLiteral("update sys_bom_run_total set bsame=case when (bafter=0 and not exists "
+                           "(select 1 from ProductStructuresEx x where %1)) or (bafter=1 and "
+                           "exists (select 1 from ProductStructuresEx x where %1 and "
+                           "(x.iPSQuantity=iafter or (x.iPSQuantity is null and iafter is "
+                           "null)))) then 1 else 0 end where irunid=?")
+                .arg(current),
+            {run});
+    db.exec(QStringLiteral("delete from ProductStructuresEx where exists (select 1 from "
+                           "sys_bom_run_total t where t.irunid=? and "
+                           "t.cpspcode=ProductStructuresEx.cPSPCode and "
+                           "t.cpscode=ProductStructuresEx.cPSCode)"),
+            {run});
+    db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) "
+                           "select cpspcode, cpscode, ibefore from sys_bom_run_total where "
+                           "irunid=? and bsame=1 and bbefore=1"),
+            {run});
+    db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) "
+                           "select l.cpspcode, l.cpscode, SUM(COALESCE(l.ipsquantity,0)) from "
+                           "ProductStructures l join sys_bom_run_total t on "
+                           "t.cpspcode=l.cpspcode and t.cpscode=l.cpscode where t.irunid=? and "
+                           "t.bsame=0 group by l.cpspcode, l.cpscode"),
+            {run});
+}
+
+} // namespace bom::bomservice

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "db/SqlCondition.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <optional>
+#include <vector>
+
+namespace bom::entry {
+class Session;
+}
+
+namespace bom::bomservice {
+
+// The record of runs over many BOMs (batch component runs; colour/size runs that make or
+// remove whole BOMs): what each changed, kept so that it can be undone. A run writes its
+// record inside its own transaction: the BOMs it touches and the rows it will change or remove
+// before it does (Touched, Keep…), the rows it made (Created), and last the row versions it
+// left the BOMs at (Finish). Undo puts every touched BOM back as it was, unless one of them
+// changed since.
+class BomRuns {
+public:
+    struct Run {
+        qlonglong id = 0;
+        QString user;
+        QDateTime time;
+        QString operation;
+        QString state; // kDone or kUndone
+        QString description;
+        int boms = 0;
+    };
+    static constexpr const char* kDone = "done";
+    static constexpr const char* kUndone = "undone";
+
+    explicit BomRuns(entry::Session& session);
+
+    qlonglong Begin(const QString& operation, const QString& description);
+    // Rows of ProductStructures, ProstruOpt or ProductStructure matched by `where` (over the
+    // table, unaliased), as they are now.
+    void KeepLines(qlonglong run, const db::SqlCondition& where);
+    void KeepOptions(qlonglong run, const db::SqlCondition& where);
+    void KeepHeaders(qlonglong run, const db::SqlCondition& where);
+    // The quantity totals of every pair of `parents` and `components`, before the run changes
+    // them; KeepTotalsAfter once it has.
+    void KeepTotals(qlonglong run, const QStringList& parents, const QStringList& components);
+    void KeepTotalsAfter(qlonglong run);
+    // What the run made: `select` answers, per row, a header id and a line's autoid (null for
+    // a whole BOM).
+    void Created(qlonglong run, const db::SqlCondition& select);
+    // BOMs the run touches, with what it does to them (A, D, M for a line; C, X for a whole
+    // BOM), before it writes to them (a BOM it creates: after).
+    void Touched(qlonglong run, const QStringList& headerIds, const QString& kind);
+    // After the run's last write: the row versions it left its BOMs at, which undo compares.
+    void Finish(qlonglong run);
+
+    // Newest first.
+    std::vector<Run> List();
+
+    // Puts every BOM the run touched back as it was, in one transaction, with their history,
+    // and marks the run undone. Refused (false, its message shown under `title`, nothing
+    // undone) when the run is unknown or undone already, when a BOM it touched changed since
+    // or the operator may not touch it: those BOMs are named, and kept in refusedBoms().
+    bool Undo(qlonglong run, const QString& title);
+    const QStringList& refusedBoms() const { return refused_; }
+
+private:
+    void keep(const QString& table, const QString& copy, qlonglong run,
+              const db::SqlCondition& where);
+    // The columns a copy restores: every column of the live table, which the copy must have.
+    QStringList copiedColumns(const QString& table, const QString& copy);
+    bool refuse(const QString& text, const QString& title);
+    void restore(qlonglong run);
+    void recordUndo(qlonglong run);
+
+    entry::Session& session_;
+    QStringList refused_;
+};
+
+} // namespace bom::bomservice
