@@ -20,6 +20,7 @@ CREATE TABLE sys_bom_run_bom (
     iqzts @BIGINT@,
     PRIMARY KEY (irunid, iautoid)
 );
+CREATE INDEX ix_sys_bom_run_bom_bom ON sys_bom_run_bom(iautoid);
 
 -- Rows a run made: a whole BOM (autoid null) or a line of one.
 CREATE TABLE sys_bom_run_created (

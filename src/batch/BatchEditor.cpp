@@ -12,6 +12,8 @@
 #include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
 
+#include <QSet>
+
 namespace bom::batch {
 namespace {
 
@@ -56,9 +58,14 @@ bool BatchEditor::InitBatch(Operation operation, const QStringList& boms,
                             const entry::BomIdentity& component) {
     scope_.operation = operation;
     scope_.boms.clear();
-    for (const QString& id : boms)
-        if (!id.trimmed().isEmpty() && !scope_.boms.contains(id.trimmed()))
-            scope_.boms << id.trimmed();
+    QSet<QString> seen;
+    for (const QString& given : boms) {
+        const QString id = given.trimmed();
+        if (!id.isEmpty() && !seen.contains(id)) {
+            seen.insert(id);
+            scope_.boms << id;
+        }
+    }
     scope_.component = operation == Operation::Add ? entry::BomIdentity{} : component.trimmed();
     if (componentKey_.isEmpty() && operation != Operation::Add)
         componentKey_ = BatchScope::componentKey(scope_.component);
@@ -150,11 +157,15 @@ bool BatchEditor::checkComponent(bool numerator) {
     }
     fields_->set(QStringLiteral("iwasterate"),
                  QString::number(fields_->number(QStringLiteral("iwasterate")).value_or(0)));
-    std::vector<BatchSkip> ignored;
-    QHash<QString, QString> parents;
-    BatchPlanner(session_, scope_, *fields_).candidates(ignored, false, &parents);
-    QStringList codes = parents.values();
-    codes.removeDuplicates();
+    // The parents of the selected BOMs, as the list handed them over.
+    db::Database& db = *session_.gConn;
+    const db::SqlCondition selected =
+        db::sqlText(QStringLiteral("select distinct cpspcode from ProductStructure where ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), scope_.boms);
+    const db::Rows parents = db.query(selected.sql, selected.params);
+    QStringList codes;
+    for (std::size_t i = 0; i < parents.size(); ++i)
+        codes << parents.text(i, "cpspcode");
     const QStringList looping =
         bomservice::CycleCheck(*session_.gConn, session_.prompter)
             .ParentsClosingCycle(fields_->text(QStringLiteral("cpscode")), codes);
@@ -207,7 +218,7 @@ std::optional<BatchPlan> BatchEditor::Preview() {
     if (!CheckSave())
         return std::nullopt;
     try {
-        BatchPlan plan = BatchPlanner(session_, scope_, *fields_).plan(false);
+        BatchPlan plan = BatchPlanner(session_, scope_, *fields_).plan(false, true);
         if (scope_.operation == Operation::Modify && plan.written.isEmpty()) {
             show(BatchTexts::nothingToModify(), 48);
             return std::nullopt;
@@ -241,7 +252,7 @@ std::optional<BatchEditor::Result> BatchEditor::Save(const Progress& progress) {
             db.exec(setup);
         // Worked out again under the lock of the selected BOMs: what is written is what they
         // hold now.
-        plan = BatchPlanner(session_, scope_, *fields_).plan(true);
+        plan = BatchPlanner(session_, scope_, *fields_).plan(true, false);
         if (scope_.operation == Operation::Modify && plan.written.isEmpty()) {
             show(BatchTexts::nothingToModify(), 48);
             return std::nullopt;

@@ -64,9 +64,12 @@ QStringList BatchPlan::changedBoms() const {
 
 QStringList BatchPlan::changedParents() const {
     QStringList out;
+    QSet<QString> seen;
     for (const BatchChange& change : changes)
-        if (!out.contains(change.parent))
+        if (!seen.contains(change.parent)) {
+            seen.insert(change.parent);
             out << change.parent;
+        }
     return out;
 }
 
@@ -126,7 +129,7 @@ QStringList BatchPlanner::candidates(std::vector<BatchSkip>& skipped, bool lockB
     return out;
 }
 
-BatchPlan BatchPlanner::plan(bool lockBoms) {
+BatchPlan BatchPlanner::plan(bool lockBoms, bool withCosts) {
     BatchPlan plan;
     plan.operation = scope_.operation;
     plan.component = scope_.component.trimmed();
@@ -152,7 +155,8 @@ BatchPlan BatchPlanner::plan(bool lockBoms) {
         planChange(plan, boms);
         break;
     }
-    costs(plan);
+    if (withCosts)
+        costs(plan);
     return plan;
 }
 
@@ -176,10 +180,12 @@ QVariant BatchPlanner::childOf(const entry::BomIdentity& component) {
     return rows.empty() ? QVariant() : rows.value(0, "iautoid");
 }
 
-QVariantList BatchPlanner::newLine(const db::Rows& shape, const QVariantList& from) {
-    QVariantList line = from;
+std::vector<std::pair<int, QVariant>> BatchPlanner::newValues(const db::Rows& shape) {
+    std::vector<std::pair<int, QVariant>> out;
     auto set = [&](const QString& column, const QVariant& value) {
-        setCell(shape, line, column, value);
+        const int at = shape.columnIndex(column);
+        if (at >= 0)
+            out.emplace_back(at, value);
     };
     for (const char* column :
          {"cpscode", "csocode", "cwhcode", "cpersonname", "cdepcode", "ccaacomunitcode",
@@ -194,7 +200,7 @@ QVariantList BatchPlanner::newLine(const db::Rows& shape, const QVariantList& fr
         if (fields_.has(QStringLiteral("cdefine%1").arg(n)))
             set(QStringLiteral("cdefine%1").arg(n),
                 fields_.stored(QStringLiteral("cdefine%1").arg(n)));
-    return line;
+    return out;
 }
 
 void BatchPlanner::planAdd(BatchPlan& plan, const QStringList& boms,
@@ -212,7 +218,8 @@ void BatchPlanner::planAdd(BatchPlan& plan, const QStringList& boms,
         holding.insert(held.text(i, "ipid"));
 
     QVariantList line(plan.lines.columns().size());
-    line = newLine(plan.lines, line);
+    for (const auto& [at, value] : newValues(plan.lines))
+        line[at] = value;
     const double numerator = fields_.number(QStringLiteral("ipsquantity")).value_or(0);
     const double denominator = fields_.number(QStringLiteral("tdqtyd")).value_or(1);
     setCell(plan.lines, line, QStringLiteral("ipsquantity"), numerator);
@@ -302,9 +309,14 @@ void BatchPlanner::planChange(BatchPlan& plan, const QStringList& boms) {
         for (std::size_t i = 0; i < held.size(); ++i)
             holding.insert(held.text(i, "ipid"));
     }
-    QVariant child;
-    if (plan.operation == Operation::Replace)
-        child = childOf(plan.newComponent);
+    // What every replaced line takes alike, worked out once.
+    std::vector<std::pair<int, QVariant>> replacing;
+    if (plan.operation == Operation::Replace) {
+        replacing = newValues(plan.lines);
+        const int child = plan.lines.columnIndex(QStringLiteral("childguid"));
+        if (child >= 0)
+            replacing.emplace_back(child, childOf(plan.newComponent));
+    }
     for (const QString& id : boms) {
         const auto found = linesOf.constFind(id);
         if (found == linesOf.cend()) {
@@ -322,8 +334,8 @@ void BatchPlanner::planChange(BatchPlan& plan, const QStringList& boms) {
                 if (plan.operation == Operation::Modify) {
                     modifyLine(plan.lines, change.after);
                 } else {
-                    change.after = newLine(plan.lines, change.after);
-                    setCell(plan.lines, change.after, QStringLiteral("childguid"), child);
+                    for (const auto& [at, value] : replacing)
+                        change.after[at] = value;
                     replaceLine(plan.lines, change.after);
                 }
             }

@@ -25,7 +25,7 @@ struct BatchSkip {
 };
 
 // One line a run adds, changes or deletes, with the material cost of its BOM's lines before
-// and after the run.
+// and after the run (worked out for a preview only).
 struct BatchChange {
     QString headerId;
     QString parent;
@@ -66,7 +66,8 @@ public:
     BatchPlanner(entry::Session& session, const BatchScope& scope, BatchFields& fields)
         : session_(session), scope_(scope), fields_(fields) {}
 
-    BatchPlan plan(bool lockBoms);
+    // `withCosts`: the material cost of each changed BOM before and after, for a preview.
+    BatchPlan plan(bool lockBoms, bool withCosts);
     // The BOMs of the selection that the operator may change (neither gone, hidden nor
     // approved), and the parents of those; the rest go to `skipped`.
     QStringList candidates(std::vector<BatchSkip>& skipped, bool lockBoms,
@@ -78,8 +79,8 @@ private:
                  const QHash<QString, qlonglong>& ids);
     void planDelete(BatchPlan& plan, const QStringList& boms);
     void planChange(BatchPlan& plan, const QStringList& boms);
-    // The columns and values the line takes, for add and replace.
-    QVariantList newLine(const db::Rows& shape, const QVariantList& from);
+    // The values a line takes from the editors, for add and replace, by column position.
+    std::vector<std::pair<int, QVariant>> newValues(const db::Rows& shape);
     void modifyLine(const db::Rows& shape, QVariantList& line);
     void replaceLine(const db::Rows& shape, QVariantList& line);
     void costs(BatchPlan& plan);

@@ -129,7 +129,8 @@ void BatchWriter::insertLines(const BatchPlan& plan, const std::vector<const Bat
                               qlonglong run) {
     db::Database& db = *session_.gConn;
     const QHash<QString, QString> types = db.columnTypes(QStringLiteral("ProductStructures"));
-    // Every added line carries the same values but for its BOM's keys, taken from its header.
+    // Every added line carries the same values but for its BOM's keys, taken from its header
+    // (psid too, as the line-parent trigger would fill it).
     const QVariantList& line = block.front()->after;
     QStringList marks;
     db::Params values;
@@ -140,8 +141,8 @@ void BatchWriter::insertLines(const BatchPlan& plan, const std::vector<const Bat
     const QStringList boms = bomsOf(block);
     const db::SqlCondition insert =
         db::SqlCondition{
-            QStringLiteral("insert into ProductStructures(%1, ipid, cpspcode) select "
-                           "%2, h.iautoid, h.cpspcode from ProductStructure h where ")
+            QStringLiteral("insert into ProductStructures(%1, ipid, cpspcode, psid) select "
+                           "%2, h.iautoid, h.cpspcode, h.ID from ProductStructure h where ")
                 .arg(plan.written.join(QLatin1Char(',')), marks.join(QLatin1Char(','))),
             values} +
         db::BoundList::in(db.dialect(), QStringLiteral("h.iautoid"), boms);

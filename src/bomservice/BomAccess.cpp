@@ -21,10 +21,12 @@ QSet<QString> BomAccess::Touchable(const QStringList& headerIds) const {
     if (headerIds.isEmpty())
         return out;
     db::Database& db = *session_.gConn;
+    const db::SqlCondition rights = entry::RowAuthFilter(session_).GetBomAuthFilter();
+    // Unrestricted, every BOM there is may be touched: the headers answer without the view.
     const db::SqlCondition sql =
-        db::sqlText(QStringLiteral("select iautoid from pp_q_bomtreet where ")) +
-        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), headerIds) +
-        entry::RowAuthFilter(session_).GetBomAuthFilter();
+        db::sqlText(rights.isEmpty() ? QStringLiteral("select iautoid from ProductStructure where ")
+                                     : QStringLiteral("select iautoid from pp_q_bomtreet where ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), headerIds) + rights;
     const db::Rows rows = db.query(sql.sql, sql.params);
     for (std::size_t i = 0; i < rows.size(); ++i)
         out.insert(rows.at(i).at(0).toString());

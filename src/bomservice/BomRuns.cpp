@@ -217,9 +217,10 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
         // save that slipped in between is caught here.
         const int claimed =
             db.exec(QStringLiteral("update ProductStructure set qzts=qzts where iautoid in (select "
-                                   "b.iautoid from sys_bom_run_bom b where b.irunid=? and "
-                                   "b.iqzts=ProductStructure.qzts)"),
-                    {run});
+                                   "iautoid from sys_bom_run_bom where irunid=?) and qzts=(select "
+                                   "b.iqzts from sys_bom_run_bom b where b.irunid=? and "
+                                   "b.iautoid=ProductStructure.iautoid)"),
+                    {run, run});
         if (claimed != existing.size()) {
             refused_ = existing;
             return refuse(
@@ -232,12 +233,14 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
         // An earlier run that had left these BOMs as this one found them may be undone next.
         db.exec(QStringLiteral("update sys_bom_run_bom set iqzts=(select h.qzts from "
                                "ProductStructure h where h.iautoid=sys_bom_run_bom.iautoid) "
-                               "where irunid<>? and exists (select 1 from sys_bom_run r where "
+                               "where iautoid in (select iautoid from sys_bom_run_bom where "
+                               "irunid=?) and irunid<>? and exists (select 1 from sys_bom_run r "
+                               "where "
                                "r.id=sys_bom_run_bom.irunid and r.cstate=?) and exists (select "
                                "1 from sys_bom_run_bom b where b.irunid=? and "
                                "b.iautoid=sys_bom_run_bom.iautoid and "
                                "b.iqztsbefore=sys_bom_run_bom.iqzts)"),
-                {run, QLatin1String(kDone), run});
+                {run, run, QLatin1String(kDone), run});
         entry::BomVisibility(db).RefreshBoms(texts(touched, 0));
         db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
                                "cname='bStruChange'"));
@@ -356,10 +359,8 @@ void BomRuns::restore(qlonglong run) {
                            "null)))) then 1 else 0 end where irunid=?")
                 .arg(current),
             {run});
-    db.exec(QStringLiteral("delete from ProductStructuresEx where exists (select 1 from "
-                           "sys_bom_run_total t where t.irunid=? and "
-                           "t.cpspcode=ProductStructuresEx.cPSPCode and "
-                           "t.cpscode=ProductStructuresEx.cPSCode)"),
+    db.exec(QStringLiteral("delete from ProductStructuresEx where (cPSPCode, cPSCode) in (select "
+                           "cpspcode, cpscode from sys_bom_run_total where irunid=?)"),
             {run});
     db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) "
                            "select cpspcode, cpscode, ibefore from sys_bom_run_total where "

@@ -20,11 +20,6 @@ QString textOf(const QVariant& value) {
     return value.toString();
 }
 
-QVariant cell(const db::Rows& shape, const QVariantList& line, const QString& column) {
-    const int at = shape.columnIndex(column);
-    return at < 0 ? QVariant() : line.value(at);
-}
-
 } // namespace
 
 LineDescriber::LineDescriber(entry::Session& session) : session_(session) {
@@ -85,36 +80,64 @@ void LineDescriber::learn(const db::Rows& shape, const std::vector<const QVarian
          });
 }
 
+namespace {
+
+// The described columns in their order; the named free and user-defined items follow.
+const char* const kDescribed[] = {"cpscode",        "csocode",    "ipsquantity",  "tdqtyd",
+                                  "iprodchangrate", "iwasterate", "fbzdj",        "cwhcode",
+                                  "cpersonname",    "cdepcode",   "cinsertfirst", "cinsertsecond",
+                                  "cinsertthird"};
+
+} // namespace
+
+const std::vector<int>& LineDescriber::positions(const db::Rows& shape) const {
+    if (shape_ != &shape || shapeColumns_ != shape.columns()) {
+        shape_ = &shape;
+        shapeColumns_ = shape.columns();
+        positions_.clear();
+        for (const char* column : kDescribed)
+            positions_.push_back(shape.columnIndex(QLatin1String(column)));
+        for (const Shown& shown : named_)
+            positions_.push_back(shape.columnIndex(shown.column));
+    }
+    return positions_;
+}
+
 QString LineDescriber::describe(const db::Rows& shape, const QVariantList& line) const {
-    const QString code = cell(shape, line, QStringLiteral("cpscode")).toString();
+    const std::vector<int>& at = positions(shape);
+    auto value = [&](std::size_t i) { return at[i] < 0 ? QVariant() : line.value(at[i]); };
+    const QString code = value(0).toString();
     const Item item = items_.value(code);
     const std::pair<QString, QString> pairs[] = {
         {QStringLiteral("子件编码"), code},
         {QStringLiteral("子件名称"), item.name},
         {QStringLiteral("存货代码"), item.addCode},
         {QStringLiteral("规格型号"), item.specification},
-        {QStringLiteral("版本号"), textOf(cell(shape, line, QStringLiteral("csocode")))},
-        {QStringLiteral("基本用量分子"), textOf(cell(shape, line, QStringLiteral("ipsquantity")))},
-        {QStringLiteral("基本用量分母"), textOf(cell(shape, line, QStringLiteral("tdqtyd")))},
-        {QStringLiteral("换算率"), textOf(cell(shape, line, QStringLiteral("iprodchangrate")))},
-        {QStringLiteral("损耗率"), textOf(cell(shape, line, QStringLiteral("iwasterate")))},
-        {QStringLiteral("标准单价"), textOf(cell(shape, line, QStringLiteral("fbzdj")))},
-        {QStringLiteral("存放仓库"),
-         warehouses_.value(cell(shape, line, QStringLiteral("cwhcode")).toString())},
-        {QStringLiteral("库管员"), textOf(cell(shape, line, QStringLiteral("cpersonname")))},
-        {QStringLiteral("用料车间"),
-         departments_.value(cell(shape, line, QStringLiteral("cdepcode")).toString())},
-        {QStringLiteral("插位1"), textOf(cell(shape, line, QStringLiteral("cinsertfirst")))},
-        {QStringLiteral("插位2"), textOf(cell(shape, line, QStringLiteral("cinsertsecond")))},
-        {QStringLiteral("插位3"), textOf(cell(shape, line, QStringLiteral("cinsertthird")))},
+        {QStringLiteral("版本号"), textOf(value(1))},
+        {QStringLiteral("基本用量分子"), textOf(value(2))},
+        {QStringLiteral("基本用量分母"), textOf(value(3))},
+        {QStringLiteral("换算率"), textOf(value(4))},
+        {QStringLiteral("损耗率"), textOf(value(5))},
+        {QStringLiteral("标准单价"), textOf(value(6))},
+        {QStringLiteral("存放仓库"), warehouses_.value(value(7).toString())},
+        {QStringLiteral("库管员"), textOf(value(8))},
+        {QStringLiteral("用料车间"), departments_.value(value(9).toString())},
+        {QStringLiteral("插位1"), textOf(value(10))},
+        {QStringLiteral("插位2"), textOf(value(11))},
+        {QStringLiteral("插位3"), textOf(value(12))},
     };
-    QStringList out;
-    for (const auto& [caption, value] : pairs)
-        out << caption + QStringLiteral("=\"") + value + QLatin1Char('"');
-    for (const Shown& shown : named_)
-        out << shown.caption + QStringLiteral("=\"") + textOf(cell(shape, line, shown.column)) +
-                   QLatin1Char('"');
-    return out.join(QLatin1Char(' '));
+    QString out;
+    out.reserve(400);
+    auto add = [&](const QString& caption, const QString& text) {
+        if (!out.isEmpty())
+            out += QLatin1Char(' ');
+        out += caption + QStringLiteral("=\"") + text + QLatin1Char('"');
+    };
+    for (const auto& [caption, text] : pairs)
+        add(caption, text);
+    for (std::size_t i = 0; i < named_.size(); ++i)
+        add(named_[i].caption, textOf(value(std::size(kDescribed) + i)));
+    return out;
 }
 
 } // namespace bom::bomservice

@@ -40,8 +40,14 @@ private:
         QString caption;
     };
 
+    // Where each described column stands in a shape, found once per shape.
+    const std::vector<int>& positions(const db::Rows& shape) const;
+
     entry::Session& session_;
     std::vector<Shown> named_; // free and user-defined items the account named
+    mutable const db::Rows* shape_ = nullptr;
+    mutable QStringList shapeColumns_;
+    mutable std::vector<int> positions_;
     QHash<QString, Item> items_;
     QHash<QString, QString> warehouses_;
     QHash<QString, QString> departments_;

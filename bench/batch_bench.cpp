@@ -1,0 +1,342 @@
+// A batch run over 10,000 BOMs of the generated account of 100,000 BOMs: adding a component to
+// every one of them, then replacing it by another, through BatchEditor::Save (the save's
+// checks, the plan, the set-based writes with run record, totals, history, commit), beside a
+// baseline run in the same process through the same driver on the same BOMs:
+//  - baseline: the same run written one BOM at a time, as the editor did it BOM by BOM: for
+//    each BOM its header and lines read, its run record rows, its line inserted or each of its
+//    lines updated, its row version, its totals, its history and its visibility, each its own
+//    statement (prepared once, reused). It writes the same rows, so undo treats it alike.
+// Also timed: the preview of each run (nothing written). Every timed run is undone before the
+// next, and its run record and history go, so the account stays as it was and runs repeat.
+// Usage: batch_bench [sqlite:PATH | postgresql://…] [runs] (default /tmp/bom-bench.db, 5 runs)
+#include "BenchAccount.h"
+#include "batch/BatchEditor.h"
+#include "bomservice/BomHistory.h"
+#include "bomservice/BomRuns.h"
+#include "bomservice/BomSaver.h"
+#include "bomservice/LineDescriber.h"
+#include "db/BoundList.h"
+#include "db/DbError.h"
+#include "db/Transaction.h"
+#include "entry/BomVisibility.h"
+#include "entry/Session.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QHash>
+#include <cstdio>
+#include <cstdlib>
+
+using namespace bom;
+
+namespace {
+
+constexpr int kBoms = 10000;
+const QString kAdded = QStringLiteral("BB-ADD");
+const QString kReplacing = QStringLiteral("BB-REP");
+const QString kWarehouse = QStringLiteral("BW");
+
+[[noreturn]] void failed(const char* what, suite::ScriptedPrompter& prompter) {
+    std::fprintf(stderr, "%s failed; shown: %s\n", what, qPrintable(prompter.texts().join(" | ")));
+    std::exit(1);
+}
+
+double msSince(const QElapsedTimer& timer) {
+    return timer.nsecsElapsed() / 1e6;
+}
+
+// Two bought items no BOM uses and an ordinary warehouse, made once per account.
+void ensureMasterData(db::Database& db) {
+    db::Transaction tx(db);
+    if (db.scalar(QStringLiteral("select count(*) from Warehouse where cWhCode=?"), {kWarehouse})
+            .toInt() == 0)
+        db.exec(QStringLiteral("insert into Warehouse(cWhCode, cWhName, iWhProperty) values "
+                               "(?, ?, 0)"),
+                {kWarehouse, QStringLiteral("基准仓")});
+    for (const QString& code : {kAdded, kReplacing})
+        if (db.scalar(QStringLiteral("select count(*) from Inventory where cInvCode=?"), {code})
+                .toInt() == 0)
+            db.exec(QStringLiteral("insert into Inventory(iId, cInvCode, cInvName, bPurchase) "
+                                   "select COALESCE(MAX(iId),0)+1, ?, ?, 1 from Inventory"),
+                    {code, QStringLiteral("批量基准 ") + code});
+    tx.commit();
+}
+
+QStringList firstBoms(db::Database& db) {
+    const db::Rows rows = db.query(QStringLiteral("select iautoid from ProductStructure where "
+                                                  "COALESCE(ccheck,'')='' order by iautoid "
+                                                  "limit ?"),
+                                   {kBoms});
+    QStringList out;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out << rows.text(i, "iautoid");
+    return out;
+}
+
+// The editor set up for the add (component kAdded) or the replace (kAdded by kReplacing).
+std::unique_ptr<batch::BatchEditor> editorFor(entry::Session& session, bool replace,
+                                              const QStringList& boms,
+                                              suite::ScriptedPrompter& prompter) {
+    auto editor = std::make_unique<batch::BatchEditor>(session);
+    const bool ready =
+        editor->InitBatch(replace ? batch::Operation::Replace : batch::Operation::Add, boms,
+                          replace ? entry::BomIdentity{kAdded, {}, {}} : entry::BomIdentity{}) &&
+        editor->EnterValue(QStringLiteral("cpscode"), replace ? kReplacing : kAdded) &&
+        editor->EnterValue(QStringLiteral("cwhcode"), kWarehouse) &&
+        (replace ? editor->EnterValue(QStringLiteral("multiplier"), QStringLiteral("2"))
+                 : editor->EnterValue(QStringLiteral("ipsquantity"), QStringLiteral("2")) &&
+                       editor->EnterValue(QStringLiteral("fbzdj"), QStringLiteral("1.5")));
+    if (!ready)
+        failed("editor set-up", prompter);
+    return editor;
+}
+
+// The baseline: the plan written one BOM at a time, every statement for that BOM alone.
+qlonglong statementPerBom(entry::Session& session, const batch::BatchPlan& plan) {
+    db::Database& db = *session.gConn;
+    const bool add = plan.operation == batch::Operation::Add;
+    QStringList components{add ? kAdded : plan.component.code};
+    if (!add)
+        components << plan.newComponent.code;
+    db::Transaction tx(db);
+    bomservice::BomRuns runs(session);
+    bomservice::BomSaver saver(session);
+    bomservice::BomHistory history(db);
+    entry::BomVisibility visibility(db);
+    const qlonglong run = runs.Begin(batch::BatchScope::operationName(plan.operation), {});
+    bomservice::LineDescriber describer(session);
+    std::vector<const QVariantList*> all;
+    for (const batch::BatchChange& change : plan.changes) {
+        if (change.before >= 0)
+            all.push_back(&plan.beforeRow(change));
+        all.push_back(&change.after);
+    }
+    describer.learn(plan.lines, all);
+    QStringList marks;
+    for (int i = 0; i < plan.written.size(); ++i)
+        marks << QStringLiteral("?");
+    QStringList sets;
+    for (const QString& column : plan.written)
+        sets << column + QStringLiteral("=?");
+    const QString insert =
+        QStringLiteral("insert into ProductStructures(%1, ipid, cpspcode) values (%2, ?, ?)")
+            .arg(plan.written.join(','), marks.join(','));
+    const QString update =
+        QStringLiteral("update ProductStructures set %1 where autoid=?").arg(sets.join(','));
+    QHash<QString, std::vector<const batch::BatchChange*>> byBom;
+    for (const batch::BatchChange& change : plan.changes)
+        byBom[change.headerId].push_back(&change);
+    for (const QString& bom : plan.changedBoms()) {
+        const auto& changes = byBom[bom];
+        const QString parent = changes.front()->parent;
+        db.query(QStringLiteral("select cpspcode, COALESCE(ccheck,'') as ccheck, qzts from "
+                                "ProductStructure where iautoid=?"),
+                 {bom});
+        db.query(QStringLiteral("select * from ProductStructures where ipid=? order by autoid"),
+                 {bom});
+        runs.Touched(run, {bom}, add ? QStringLiteral("A") : QStringLiteral("M"));
+        runs.KeepTotals(run, {parent}, components);
+        if (add) {
+            db::Params values;
+            for (const QString& column : plan.written)
+                values << changes.front()->after.value(plan.lines.columnIndex(column));
+            db.exec(insert, values + db::Params{bom, parent});
+            runs.Created(run, db::SqlCondition{QStringLiteral("select ipid, autoid from "
+                                                              "ProductStructures where ipid=? "
+                                                              "and cpscode=?"),
+                                               {bom, kAdded}});
+        }
+        for (const batch::BatchChange* change : changes) {
+            if (add)
+                break;
+            const QVariant autoid = plan.beforeRow(*change).value(0);
+            runs.KeepLines(run, {QStringLiteral("autoid=?"), {autoid}});
+            runs.KeepOptions(run,
+                             {QStringLiteral("AutoID=? and cInvCode=?"), {autoid, kReplacing}});
+            db.exec(QStringLiteral("delete from ProstruOpt where AutoID=? and cInvCode=?"),
+                    {autoid, kReplacing});
+            db::Params values;
+            for (const QString& column : plan.written)
+                values << change->after.value(plan.lines.columnIndex(column));
+            db.exec(update, values + db::Params{autoid});
+        }
+        db.exec(QStringLiteral("update ProductStructure set qzts=qzts where iautoid=?"), {bom});
+        saver.SaveQuantityTotals({parent}, components);
+        db.exec(
+            QStringLiteral("update sys_bom_run_total set bafter=1, iafter=(select x.iPSQuantity "
+                           "from ProductStructuresEx x where x.cPSPCode=sys_bom_run_total."
+                           "cpspcode and x.cPSCode=sys_bom_run_total.cpscode) where irunid=? "
+                           "and cpspcode=?"),
+            {run, parent});
+        db.exec(
+            QStringLiteral("update sys_bom_run_bom set iqzts=(select qzts from ProductStructure "
+                           "where iautoid=?) where irunid=? and iautoid=?"),
+            {bom, run, bom});
+        std::vector<bomservice::BomHistory::Change> described;
+        for (const batch::BatchChange* change : changes)
+            described.push_back(
+                {add ? QStringLiteral("batch-add") : QStringLiteral("batch-modify"),
+                 {},
+                 add ? QString() : describer.describe(plan.lines, plan.beforeRow(*change)),
+                 describer.describe(plan.lines, change->after),
+                 {}});
+        history.record(bom, session.gUserId, described, run);
+        visibility.RefreshBoms({bom});
+    }
+    if (add)
+        db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
+                               "cname='bStruChange'"));
+    tx.commit();
+    return run;
+}
+
+// The rows a run wrote into the lines, keys aside, to show both ways wrote the same.
+QStringList written(db::Database& db, const QString& component) {
+    const db::Rows rows = db.query(
+        QStringLiteral("select ipid, cpspcode, cpscode, ipsquantity, tdqtyd, cwhcode, wiptype, "
+                       "replaceflag, fbzdj, fbzwlcb, childguid, unitqty, psid, iwasterate from "
+                       "ProductStructures where cpscode=? order by ipid"),
+        {component});
+    QStringList out;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        QStringList cells;
+        for (const QVariant& v : rows.at(i))
+            cells << (v.isNull() ? QStringLiteral("NULL") : v.toString());
+        out << cells.join('|');
+    }
+    return out;
+}
+
+// Undoes runs newest first, then drops their record and history: the account as it was.
+void undo(entry::Session& session, const QList<qlonglong>& newestFirst,
+          suite::ScriptedPrompter& prompter) {
+    bomservice::BomRuns runs(session);
+    for (qlonglong run : newestFirst)
+        if (!runs.Undo(run, QStringLiteral("批量处理")))
+            failed("undo", prompter);
+    db::Database& db = *session.gConn;
+    db::Transaction tx(db);
+    for (qlonglong run : newestFirst) {
+        for (const char* table :
+             {"sys_bom_run_line", "sys_bom_run_option", "sys_bom_run_header", "sys_bom_run_created",
+              "sys_bom_run_total", "sys_bom_run_bom", "sys_bom_history"})
+            db.exec(QStringLiteral("delete from %1 where irunid=?").arg(QLatin1String(table)),
+                    {run});
+        db.exec(QStringLiteral("delete from sys_bom_run where id=?"), {run});
+    }
+    tx.commit();
+}
+
+int run(const QString& url, int runs) {
+    bench::openGeneratedAccount(url, 100000);
+    suite::ScriptedPrompter prompter;
+    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
+    entry::Session& session = headless->session();
+    db::Database& db = *session.gConn;
+    const bool postgres = db.isPostgres();
+    ensureMasterData(db);
+    const QStringList boms = firstBoms(db);
+    if (boms.size() != kBoms) {
+        std::fprintf(stderr, "only %d BOMs\n", int(boms.size()));
+        return 1;
+    }
+    const QString original = written(db, kAdded).join('\n') + written(db, kReplacing).join('\n');
+
+    std::vector<double> add, replace, previewAdd, previewReplace, baseAdd, baseReplace;
+    for (int r = 0; r < runs; ++r) {
+        // Ours.
+        auto adding = editorFor(session, false, boms, prompter);
+        QElapsedTimer timer;
+        timer.start();
+        const auto addPlan = adding->Preview();
+        previewAdd.push_back(msSince(timer));
+        timer.start();
+        const auto added = adding->Save();
+        add.push_back(msSince(timer));
+        if (!addPlan || !added || added->changed.size() != kBoms)
+            failed("add", prompter);
+        const QStringList ourAdd = written(db, kAdded);
+        auto replacing = editorFor(session, true, boms, prompter);
+        timer.start();
+        const auto replacePlan = replacing->Preview();
+        previewReplace.push_back(msSince(timer));
+        timer.start();
+        const auto replaced = replacing->Save();
+        replace.push_back(msSince(timer));
+        if (!replacePlan || !replaced || replaced->changed.size() != kBoms)
+            failed("replace", prompter);
+        const QStringList ourReplace = written(db, kReplacing);
+        undo(session, {replaced->run, added->run}, prompter);
+
+        // The baseline, from the same plans worked out again.
+        auto plainAdding = editorFor(session, false, boms, prompter);
+        timer.start();
+        const auto plainAddPlan = plainAdding->Preview();
+        const qlonglong plainAdded = statementPerBom(session, *plainAddPlan);
+        baseAdd.push_back(msSince(timer));
+        auto plainReplacing = editorFor(session, true, boms, prompter);
+        timer.start();
+        const auto plainReplacePlan = plainReplacing->Preview();
+        const qlonglong plainReplaced = statementPerBom(session, *plainReplacePlan);
+        baseReplace.push_back(msSince(timer));
+        const QStringList baseReplaceRows = written(db, kReplacing);
+        undo(session, {plainReplaced}, prompter);
+        const QStringList baseAddRows = written(db, kAdded);
+        undo(session, {plainAdded}, prompter);
+        if (ourAdd != baseAddRows || ourReplace != baseReplaceRows || ourAdd.size() != kBoms) {
+            std::fprintf(stderr, "the two ways wrote different lines (%d and %d added)\n",
+                         int(ourAdd.size()), int(baseAddRows.size()));
+            return 1;
+        }
+        if (written(db, kAdded).join('\n') + written(db, kReplacing).join('\n') != original) {
+            std::fprintf(stderr, "the account was not left as it was\n");
+            return 1;
+        }
+    }
+
+    auto p = [](std::vector<double> v, double q) {
+        std::sort(v.begin(), v.end());
+        return bench::percentile(v, q);
+    };
+    const QString kind = postgres ? QStringLiteral("pg") : QStringLiteral("sqlite");
+    std::printf("%s account (100,000 BOMs), a run over %d BOMs, %d runs each; both ways wrote "
+                "the same lines, every run undone\n",
+                postgres ? "PostgreSQL" : "SQLite", kBoms, runs);
+    bench::printRow(QStringLiteral("batch add, 10,000 BOMs (%1)").arg(kind), add, baseAdd);
+    bench::printRow(QStringLiteral("batch replace, 10,000 BOMs (%1)").arg(kind), replace,
+                    baseReplace);
+    bench::printRow(QStringLiteral("batch preview add, 10,000 BOMs (%1)").arg(kind), previewAdd);
+    bench::printRow(QStringLiteral("batch preview replace, 10,000 BOMs (%1)").arg(kind),
+                    previewReplace);
+    const double target = postgres ? 10000 : 20000;
+    auto report = [&](const char* what, const std::vector<double>& ours,
+                      const std::vector<double>& base) {
+        const double p50 = kBoms / (p(ours, 0.5) / 1000), p95 = kBoms / (p(ours, 0.95) / 1000);
+        const double faster = p(base, 0.5) / p(ours, 0.95);
+        std::printf("%s: %.0f lines/s p50, %.0f lines/s p95 (target >= %.0f: %s); baseline "
+                    "%.0f lines/s p50; %.1fx the baseline at our p95 (target >= 20x: %s)\n",
+                    what, p50, p95, target, p95 >= target ? "met" : "NOT met",
+                    kBoms / (p(base, 0.5) / 1000), faster, faster >= 20 ? "met" : "NOT met");
+    };
+    report("add", add, baseAdd);
+    report("replace", replace, baseReplace);
+    std::printf("preview: add p95 %.0f ms, replace p95 %.0f ms (target < 2000 ms: %s)\n",
+                p(previewAdd, 0.95), p(previewReplace, 0.95),
+                std::max(p(previewAdd, 0.95), p(previewReplace, 0.95)) < 2000 ? "met" : "NOT met");
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    const QString url = bench::accountUrl(argc, argv);
+    const int runs = bench::countArg(argc, argv, 2, 5);
+    try {
+        return run(url, runs);
+    } catch (const db::DbError& e) {
+        std::fprintf(stderr, "database error: %s\n%s\n", qPrintable(e.message()),
+                     qPrintable(e.sql()));
+        return 1;
+    }
+}
