@@ -1,5 +1,5 @@
 // bom: the desktop host. Opens an account and starts the BOM module's session on it.
-#include "card/CardHandover.h"
+#include "WindowHandover.h"
 #include "db/DbError.h"
 #include "entry/IProduct.h"
 #include "list/FileChooserDialog.h"
@@ -117,10 +117,11 @@ int main(int argc, char** argv) {
         return status;
 
     suite::QtPrompter prompter;
-    // The list opens the card over itself, moving through the BOMs it shows.
+    // The list opens the card (moving through the BOMs it shows) and its other windows over
+    // itself.
     list::ProductListWindowFactory windows([](entry::Session& session, list::ProductListWindow& w) {
-        return std::make_unique<card::CardHandover>(session, &w,
-                                                    [&w] { return w.filterCondition(); });
+        return std::make_unique<app::WindowHandover>(session, &w,
+                                                     [&w] { return w.filterCondition(); });
     });
     entry::IProduct product(prompter, windows);
     product.Show(login.get());

@@ -108,6 +108,19 @@ bool BatchEditor::InitBatch(Operation operation, const QStringList& boms,
     return true;
 }
 
+std::optional<entry::BomIdentity> BatchEditor::LineIdentity(db::Database& db, qlonglong autoid) {
+    const db::Rows line = db.query(
+        QStringLiteral("select cpscode, csocode, cfree1, cfree2, cfree3, cfree4, cfree5, cfree6, "
+                       "cfree7, cfree8, cfree9, cfree10 from ProductStructures where autoid=?"),
+        {autoid});
+    if (line.empty())
+        return std::nullopt;
+    entry::BomIdentity component{line.text(0, "cpscode"), line.text(0, "csocode"), {}};
+    for (int n = 1; n <= 10; ++n)
+        component.free[std::size_t(n - 1)] = line.text(0, QStringLiteral("cfree%1").arg(n));
+    return component.trimmed();
+}
+
 QString BatchEditor::CheckValue(const QString& name, const QString& value) {
     const auto refusal = fields_->enter(name.trimmed().toLower(), value);
     return refusal ? refusal->text : QString();
@@ -121,6 +134,33 @@ bool BatchEditor::EnterValue(const QString& name, const QString& value) {
     show(refusal->text, refusal->style);
     fields_->clear(field);
     return false;
+}
+
+std::optional<entry::ReferenceQuery> BatchEditor::reference(const QString& name,
+                                                            const QString& typed) {
+    const QString field = name.trimmed().toLower();
+    try {
+        if (field != QLatin1String("csocode"))
+            return entry::ReferenceLookup(session_).ShowRef(field, typed);
+        db::Database& db = *session_.gConn;
+        entry::ReferenceQuery query;
+        query.key = QStringLiteral("PP_BomSoCodeRef");
+        query.table = QStringLiteral("ProductStructure");
+        query.select =
+            db::sqlText(QStringLiteral("select distinct csocode as \"%1\" from ProductStructure "
+                                       "where COALESCE(csocode,'')<>'' and cpspcode in (select "
+                                       "cpspcode from ProductStructure where ")
+                            .arg(BatchTexts::salesOrderCaption())) +
+            db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), scope_.boms) +
+            db::SqlCondition{QStringLiteral(") and csocode like ?"),
+                             {QLatin1Char('%') + typed.trimmed() + QLatin1Char('%')}};
+        query.orderBy = QStringLiteral(" order by 1");
+        return query;
+    } catch (const db::DbError& e) {
+        databaseFailed_ = true;
+        show(BatchTexts::failed(e.message()), 16);
+        return std::nullopt;
+    }
 }
 
 entry::BomIdentity BatchEditor::newComponent() const {

@@ -5,6 +5,8 @@
 #include "BatchScope.h"
 #include "BatchWriter.h"
 
+#include "entry/ReferenceLookup.h"
+
 #include <QString>
 #include <QStringList>
 #include <memory>
@@ -44,6 +46,10 @@ public:
     bool InitBatch(Operation operation, const QStringList& boms,
                    const entry::BomIdentity& component);
 
+    // The identity of a stored component line (the list hands over the line's key); nothing
+    // when it is gone.
+    static std::optional<entry::BomIdentity> LineIdentity(db::Database& db, qlonglong autoid);
+
     const BatchScope& scope() const { return scope_; }
     // "批量增加" …; with a component, its key string and "--" before it.
     QString caption() const;
@@ -62,6 +68,11 @@ public:
     bool EnterValue(const QString& name, const QString& value);
     QString value(const QString& name) const { return fields_->text(name); }
     BatchFields& fields() { return *fields_; }
+
+    // The list a browse button opens for an editor: the session's reference of that column,
+    // and for csocode the sales orders the selected BOMs' parents have BOMs for ("版本号").
+    // Nothing, its message shown, when the editor has none.
+    std::optional<entry::ReferenceQuery> reference(const QString& name, const QString& typed);
 
     // The save's checks for the operation, in their order, with their questions and messages;
     // false when one stopped the save.

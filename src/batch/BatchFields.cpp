@@ -14,17 +14,6 @@ const QString kBackflush = QStringLiteral("入库倒冲");
 const QString kNormalIssue = QStringLiteral("正常领料");
 const QString kYes = QStringLiteral("是");
 
-bool isNumeric(const QString& name) {
-    static const QSet<QString> numeric{
-        QStringLiteral("ipsquantity"), QStringLiteral("tdqtyd"),
-        QStringLiteral("iwasterate"),  QStringLiteral("fbzdj"),
-        QStringLiteral("fbzwlcb"),     QStringLiteral("iprodchangrate"),
-        QStringLiteral("multiplier"),  QStringLiteral("cdefine26"),
-        QStringLiteral("cdefine27"),   QStringLiteral("cdefine34"),
-        QStringLiteral("cdefine35")};
-    return numeric.contains(name);
-}
-
 // The number of "cdefine22" … "cdefine37" or "cfree1" … "cfree10"; nothing for other names.
 std::optional<int> numbered(const QString& name, const char* prefix, int low, int high) {
     if (!name.startsWith(QLatin1String(prefix)))
@@ -63,6 +52,25 @@ const QStringList& BatchFields::names() {
 
 bool BatchFields::isField(const QString& name) {
     return names().contains(name);
+}
+
+bool BatchFields::isNumeric(const QString& name) {
+    static const QSet<QString> numeric{
+        QStringLiteral("ipsquantity"), QStringLiteral("tdqtyd"),
+        QStringLiteral("iwasterate"),  QStringLiteral("fbzdj"),
+        QStringLiteral("fbzwlcb"),     QStringLiteral("iprodchangrate"),
+        QStringLiteral("multiplier"),  QStringLiteral("cdefine26"),
+        QStringLiteral("cdefine27"),   QStringLiteral("cdefine34"),
+        QStringLiteral("cdefine35")};
+    return numeric.contains(name);
+}
+
+int BatchFields::decimals(const QString& name) const {
+    if (name == QLatin1String("fbzdj") || name == QLatin1String("fbzwlcb"))
+        return session_.gPriceDigits;
+    if (name == QLatin1String("iprodchangrate") || name == QLatin1String("iwasterate"))
+        return session_.gRateDigits;
+    return session_.gQuanDigits;
 }
 
 std::optional<double> BatchFields::number(const QString& name) const {

@@ -34,6 +34,10 @@ public:
 
     static const QStringList& names();
     static bool isField(const QString& name);
+    // Editors of numbers, which offer the calculator drop-down.
+    static bool isNumeric(const QString& name);
+    // The account's decimal places for the value of a numeric editor.
+    int decimals(const QString& name) const;
 
     // The check of the editor `name` when it is left: the refusal, or nothing when the value
     // was taken. An empty value clears the editor.

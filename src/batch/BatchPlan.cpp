@@ -42,6 +42,31 @@ bool sameIdentity(const entry::BomIdentity& a, const entry::BomIdentity& b) {
     return x.code == y.code && x.salesOrder == y.salesOrder && x.free == y.free;
 }
 
+bool isNumber(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Stored and planned values compare as numbers where either is one (a driver may hand back
+// 1 for the 1.0 a plan holds).
+bool sameValue(const QVariant& a, const QVariant& b) {
+    if (a.isNull() || b.isNull())
+        return a.isNull() == b.isNull();
+    if (isNumber(a) || isNumber(b)) {
+        bool x = false, y = false;
+        const double da = a.toDouble(&x), db = b.toDouble(&y);
+        if (x && y)
+            return da == db;
+    }
+    return a.toString() == b.toString();
+}
+
 QStringList freeColumns() {
     QStringList out;
     for (int n = 1; n <= 10; ++n)
@@ -83,6 +108,22 @@ bool BatchPlan::skippedFor(const QString& reason) const {
 const QVariantList& BatchPlan::beforeRow(const BatchChange& change) const {
     static const QVariantList none;
     return change.before < 0 ? none : lines.at(std::size_t(change.before));
+}
+
+std::vector<BatchCellChange> BatchPlan::differences(const BatchChange& change) const {
+    const QVariantList& before = beforeRow(change);
+    std::vector<BatchCellChange> out;
+    for (const QString& column : shownColumns()) {
+        const int at = lines.columnIndex(column);
+        const QVariant was = before.value(at);
+        const QVariant now = change.after.value(at);
+        const bool differs = before.isEmpty() || change.after.isEmpty()
+                                 ? !(was.isNull() && now.isNull())
+                                 : !sameValue(was, now);
+        if (at >= 0 && differs)
+            out.push_back({column, was, now});
+    }
+    return out;
 }
 
 QStringList BatchPlan::shownColumns() const {

@@ -35,6 +35,14 @@ struct BatchChange {
     double costAfter = 0;
 };
 
+// One cell of a line as a run leaves it: its column and the values before and after (null
+// where the line is added or deleted).
+struct BatchCellChange {
+    QString column;
+    QVariant before;
+    QVariant after;
+};
+
 // Everything a run would do, worked out from the stored BOMs without writing. The preview
 // shows it and the run writes exactly it, so the two cannot disagree.
 struct BatchPlan {
@@ -56,6 +64,9 @@ struct BatchPlan {
     // identity, the quantities and what the run writes.
     QStringList shownColumns() const;
     const QVariantList& beforeRow(const BatchChange& change) const;
+    // The shown cells the change alters: for a changed line those whose value differs, for an
+    // added or deleted one those that hold a value.
+    std::vector<BatchCellChange> differences(const BatchChange& change) const;
 };
 
 // Works the plan out: which selected BOMs may be changed, the lines concerned and each line

@@ -46,4 +46,15 @@ QString BatchScope::operationName(Operation operation) {
     return {};
 }
 
+QString BatchScope::changeKind(Operation operation) {
+    switch (operation) {
+    case Operation::Add:
+        return QStringLiteral("A");
+    case Operation::Delete:
+        return QStringLiteral("D");
+    default:
+        return QStringLiteral("M");
+    }
+}
+
 } // namespace bom::batch

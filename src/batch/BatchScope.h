@@ -25,6 +25,9 @@ struct BatchScope {
     static QString componentKey(const entry::BomIdentity& component);
     // The run's name in the run record ("batch-add" …).
     static QString operationName(Operation operation);
+    // What the operation does to a BOM's line in the change record: A added, D deleted,
+    // M modified.
+    static QString changeKind(Operation operation);
 };
 
 } // namespace bom::batch

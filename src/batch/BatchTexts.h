@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QHash>
 #include <QString>
+#include <QStringList>
 
 namespace bom::batch {
 
@@ -48,7 +50,10 @@ struct BatchTexts {
         return QStringLiteral("批量处理没有[%1]这一项。").arg(column);
     }
 
+    static QString salesOrderCaption() { return QStringLiteral("版本号"); }
+
     // Scope and save.
+    static QString lineGone() { return QStringLiteral("所选子件已被删除，请刷新后重试！"); }
     static QString lineNotInScope() { return QStringLiteral("请在指定BOM范围内选择子件。"); }
     static QString itemAndWarehouseRequired() {
         return QStringLiteral("存货编码、存放仓库不能为空!");
@@ -73,6 +78,82 @@ struct BatchTexts {
     static QString replaced() { return QStringLiteral("批量替换完毕！"); }
     static QString failed(const QString& reason) {
         return QStringLiteral("批量处理失败，未做任何修改：") + reason;
+    }
+
+    // The form's captions.
+    static QString editorCaption(const QString& name) {
+        static const QHash<QString, QString> captions{
+            {QStringLiteral("cpscode"), QStringLiteral("子件编码")},
+            {QStringLiteral("csocode"), QStringLiteral("版本号")},
+            {QStringLiteral("cwhcode"), QStringLiteral("存放仓库")},
+            {QStringLiteral("cpersonname"), QStringLiteral("库管员")},
+            {QStringLiteral("cdepcode"), QStringLiteral("用料车间")},
+            {QStringLiteral("ipsquantity"), QStringLiteral("基本用量分子")},
+            {QStringLiteral("tdqtyd"), QStringLiteral("基本用量分母")},
+            {QStringLiteral("multiplier"), QStringLiteral("用量倍数")},
+            {QStringLiteral("ccaacomunitcode"), QStringLiteral("辅助计量单位")},
+            {QStringLiteral("iprodchangrate"), QStringLiteral("换算率")},
+            {QStringLiteral("fbzdj"), QStringLiteral("标准单价")},
+            {QStringLiteral("fbzwlcb"), QStringLiteral("标准材料成本")},
+            {QStringLiteral("iwasterate"), QStringLiteral("损耗率%")},
+            {QStringLiteral("wiptype"), QStringLiteral("供应类型")},
+            {QStringLiteral("replaceflag"), QStringLiteral("替代标识")},
+            {QStringLiteral("clearsubstitutes"), QStringLiteral("清除原替代料")},
+            {QStringLiteral("cinsertfirst"), QStringLiteral("插位1")},
+            {QStringLiteral("cinsertsecond"), QStringLiteral("插位2")},
+            {QStringLiteral("cinsertthird"), QStringLiteral("插位3")}};
+        return captions.value(name, name);
+    }
+    static QString currentLine() { return QStringLiteral("原子件："); }
+    static QString previewButton() { return QStringLiteral("预览"); }
+    static QString saveButton() { return QStringLiteral("保存"); }
+    static QString quitButton() { return QStringLiteral("退出"); }
+    static QString calculator() { return QStringLiteral("计算器（输入算式后回车）"); }
+    static QString running() { return QStringLiteral("正在批量处理…"); }
+    static QString cancelButton() { return QStringLiteral("取消"); }
+    static QString cancelled() { return QStringLiteral("批量处理已取消，未做任何修改。"); }
+    static QString previewTitle() { return QStringLiteral("批量处理预览"); }
+    static QString previewSummary(int changed, int skipped) {
+        return QStringLiteral("将修改%1个BOM，跳过%2个BOM。未做任何修改。")
+            .arg(changed)
+            .arg(skipped);
+    }
+    static QStringList previewColumns() {
+        return {QStringLiteral("BOM"),         QStringLiteral("母件编码"),
+                QStringLiteral("操作"),        QStringLiteral("修改前"),
+                QStringLiteral("修改后"),      QStringLiteral("材料成本(前)"),
+                QStringLiteral("材料成本(后)")};
+    }
+    static QStringList skippedColumns() {
+        return {QStringLiteral("跳过的BOM"), QStringLiteral("原因")};
+    }
+    static QString changeKind(const QString& kind) {
+        if (kind == QLatin1String("A"))
+            return QStringLiteral("增加");
+        if (kind == QLatin1String("D"))
+            return QStringLiteral("删除");
+        return QStringLiteral("修改");
+    }
+
+    // The runs window.
+    static QString runsTitle() { return QStringLiteral("撤销批量操作"); }
+    static QStringList runsColumns() {
+        return {QStringLiteral("编号"), QStringLiteral("时间"), QStringLiteral("操作员"),
+                QStringLiteral("操作"), QStringLiteral("状态"), QStringLiteral("BOM数"),
+                QStringLiteral("说明")};
+    }
+    static QString undoButton() { return QStringLiteral("撤销"); }
+    static QString closeButton() { return QStringLiteral("关闭"); }
+    static QString undoQuestion(qlonglong run) {
+        return QStringLiteral("确实要撤销第%1号批量操作吗？").arg(run);
+    }
+    static QString chooseRun() { return QStringLiteral("请选择要撤销的批量操作！"); }
+    static QString undone(qlonglong run) {
+        return QStringLiteral("第%1号批量操作已撤销！").arg(run);
+    }
+    static QString runState(const QString& state) {
+        return state == QLatin1String("undone") ? QStringLiteral("已撤销")
+                                                : QStringLiteral("已完成");
     }
 
     // Why a selected BOM was left alone.

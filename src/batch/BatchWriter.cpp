@@ -19,17 +19,6 @@ namespace {
 
 using bomservice::BomHistory;
 
-QString kindOf(Operation operation) {
-    switch (operation) {
-    case Operation::Add:
-        return QStringLiteral("A");
-    case Operation::Delete:
-        return QStringLiteral("D");
-    default:
-        return QStringLiteral("M");
-    }
-}
-
 QList<qlonglong> autoidsOf(const BatchPlan& plan, const std::vector<const BatchChange*>& block) {
     QList<qlonglong> out;
     for (const BatchChange* change : block)
@@ -74,7 +63,7 @@ qlonglong BatchWriter::write(const BatchPlan& plan, const QString& description,
     const qlonglong run = runs.Begin(BatchScope::operationName(plan.operation), description);
     const QStringList boms = plan.changedBoms();
     const QStringList parents = plan.changedParents();
-    runs.Touched(run, boms, kindOf(plan.operation));
+    runs.Touched(run, boms, BatchScope::changeKind(plan.operation));
     runs.KeepTotals(run, parents, components(plan));
 
     // Blocks of whole BOMs, so progress can be told and a cancel comes between statements.

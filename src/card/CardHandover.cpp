@@ -53,4 +53,8 @@ void CardHandover::openColourSize(const QString& mode, const list::ListRow& pare
     pending_.openColourSize(mode, parent);
 }
 
+void CardHandover::openBatchRuns() {
+    pending_.openBatchRuns();
+}
+
 } // namespace bom::card

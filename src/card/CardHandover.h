@@ -15,7 +15,7 @@ class Session;
 namespace bom::card {
 
 // What the BOM list hands over to the card: the card window opened modally over the list,
-// started by the mode's command. Batch and colour/size editing are still to come.
+// started by the mode's command. The other windows are a wider hand-over's (WindowHandover).
 class CardHandover : public list::ListHandover {
 public:
     // The list's filter now, so the card moves through the BOMs the list shows.
@@ -27,9 +27,14 @@ public:
     void openBatch(const QString& operation, const std::vector<list::ListRow>& parents,
                    const std::vector<list::ListRow>& lines) override;
     void openColourSize(const QString& mode, const list::ListRow& parent) override;
+    void openBatchRuns() override;
 
     // The dispatcher's command that starts the card in `mode`; "" to only show the BOM.
     static QString commandOf(CardMode mode);
+
+protected:
+    QWidget* list() const { return list_; }
+    entry::Session& session() const { return session_; }
 
 private:
     entry::Session& session_;

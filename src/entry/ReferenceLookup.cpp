@@ -83,13 +83,18 @@ const std::vector<ReferenceKind>& referenceKinds() {
     return kinds;
 }
 
-// cFree1 … cFree10: the values of that free item.
-std::optional<int> freeItemNumber(const QString& field) {
-    static const QRegularExpression re(QStringLiteral("^cfree([1-9]|10)$"));
-    const auto match = re.match(field);
-    if (!match.hasMatch())
-        return std::nullopt;
-    return match.captured(1).toInt();
+// cFree1 … cFree10 and a line's cdefine22 … cdefine37: the values the account keeps for that
+// free item or user-defined item, by its class and item name in userdef.
+std::optional<std::pair<QString, QString>> definedItemOf(const QString& field) {
+    static const QRegularExpression free(QStringLiteral("^cfree([1-9]|10)$"));
+    static const QRegularExpression line(QStringLiteral("^cdefine(2[2-9]|3[0-7])$"));
+    if (const auto match = free.match(field); match.hasMatch())
+        return std::make_pair(QStringLiteral("存货"),
+                              QStringLiteral("自由项%1").arg(match.captured(1)));
+    if (const auto match = line.match(field); match.hasMatch())
+        return std::make_pair(QStringLiteral("单据体"),
+                              QStringLiteral("自定义项%1").arg(match.captured(1).toInt() - 21));
+    return std::nullopt;
 }
 
 } // namespace
@@ -113,13 +118,13 @@ std::optional<ReferenceQuery> ReferenceLookup::ShowRef(const QString& fieldName,
     ReferenceQuery query;
     db::SqlCondition from;
     QString defaultColumns;
-    if (const auto number = freeItemNumber(field)) {
+    if (const auto defined = definedItemOf(field)) {
         query.key = QStringLiteral("UserdefFreeRef");
         query.table = QStringLiteral("userdefine");
         defaultColumns = QStringLiteral("cValue,cAlias");
         from = {QStringLiteral(" from userdefine where cID =(select cID from userdef where "
-                               "cClass='存货' and cItem=? LIMIT 1) and (1=1)"),
-                {QStringLiteral("自由项%1").arg(*number)}};
+                               "cClass=? and cItem=? LIMIT 1) and (1=1)"),
+                {defined->first, defined->second}};
     } else {
         const auto& kinds = referenceKinds();
         const auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const ReferenceKind& k) {

@@ -82,7 +82,8 @@ const std::vector<ToolbarKey>& BomListCommands::toolbarKeys() {
          {{"batchAdd", QStringLiteral("批量添加"), QString(), 2, {}},
           {"batchEdit", QStringLiteral("批量修改"), QString(), 2, {}},
           {"batchRepl", QStringLiteral("批量替换"), QString(), 2, {}},
-          {"batchDel", QStringLiteral("批量删除"), QString(), 2, {}}}},
+          {"batchDel", QStringLiteral("批量删除"), QString(), 2, {}},
+          {"batchUndo", QStringLiteral("撤销批量操作"), QString(), 2, {}}}},
         {"AllSelect", QStringLiteral("全选"), QStringLiteral("全部选定"), 3, {}},
         {"AllCancel", QStringLiteral("全消"), QStringLiteral("全部取消"), 3, {}},
         {"Auditing", QStringLiteral("审核"), QStringLiteral("审核"), 3, {}},
@@ -502,6 +503,12 @@ bool BomListCommands::colourSize(const QString& mode) {
 }
 
 bool BomListCommands::batch(const QString& key) {
+    // Undo needs no selection: the runs name their BOMs, and each undo checks them itself.
+    if (key == QLatin1String("batchundo")) {
+        handover_.openBatchRuns();
+        view_.reload();
+        return true;
+    }
     const auto found = std::find_if(std::begin(kBatchKeys), std::end(kBatchKeys),
                                     [&](const BatchKey& b) { return key == QLatin1String(b.key); });
     if (found == std::end(kBatchKeys))

@@ -52,7 +52,7 @@ public:
 };
 
 // The windows the list hands over to once its own checks have passed: the BOM card, the batch
-// editor and the colour/size editor.
+// editor, its runs and the colour/size editor.
 class ListHandover {
 public:
     // Browse: a stored BOM shown as it is (a double-click in the list).
@@ -69,6 +69,8 @@ public:
     virtual void openBatch(const QString& operation, const std::vector<ListRow>& parents,
                            const std::vector<ListRow>& lines) = 0;
     virtual void openColourSize(const QString& mode, const ListRow& parent) = 0;
+    // The record of runs over many BOMs, to undo one.
+    virtual void openBatchRuns() = 0;
 };
 
 } // namespace bom::list

@@ -21,4 +21,8 @@ void PendingWindowsHandover::openColourSize(const QString&, const ListRow&) {
     pending();
 }
 
+void PendingWindowsHandover::openBatchRuns() {
+    pending();
+}
+
 } // namespace bom::list

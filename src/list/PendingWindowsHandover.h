@@ -16,6 +16,7 @@ public:
     void openBatch(const QString& operation, const std::vector<ListRow>& parents,
                    const std::vector<ListRow>& lines) override;
     void openColourSize(const QString& mode, const ListRow& parent) override;
+    void openBatchRuns() override;
 
 private:
     void pending();

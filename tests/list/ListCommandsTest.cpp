@@ -73,6 +73,7 @@ public:
         handedOver << QStringLiteral("batch %1 %2 %3").arg(op).arg(p.size()).arg(l.size());
     }
     void openColourSize(const QString& mode, const ListRow&) override { handedOver << mode; }
+    void openBatchRuns() override { handedOver << QStringLiteral("runs"); }
 
 private:
     std::vector<ListRow> query(const db::SqlCondition& sql) {

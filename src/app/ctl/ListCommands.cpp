@@ -36,6 +36,7 @@ public:
     void openBatch(const QString&, const std::vector<ListRow>&,
                    const std::vector<ListRow>&) override {}
     void openColourSize(const QString&, const ListRow&) override {}
+    void openBatchRuns() override {}
 };
 
 std::vector<ListRow> rowsOf(db::Database& db, const db::SqlCondition& sql) {

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "card/CardHandover.h"
+
+namespace bom::app {
+
+// Everything the BOM list opens over itself: the card, the batch editor with its runs, and
+// the colour/size editor.
+class WindowHandover : public card::CardHandover {
+public:
+    using card::CardHandover::CardHandover;
+
+    void openBatch(const QString& operation, const std::vector<list::ListRow>& parents,
+                   const std::vector<list::ListRow>& lines) override;
+    void openBatchRuns() override;
+};
+
+} // namespace bom::app
