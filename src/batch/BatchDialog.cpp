@@ -163,9 +163,11 @@ void BatchDialog::addRow(const QString& name, const QString& caption, QWidget* e
 void BatchDialog::addText(const QString& name, const QString& caption, bool browse) {
     auto* edit = new QLineEdit(this);
     texts_.insert(name, edit);
-    // Modify shows the line as it stands as a hint: only what is typed is written.
+    // Modify shows the line as it stands as a hint: only what is typed is written. (Replace
+    // writes every column, empty ones too, so it shows no such hint.)
     const db::Rows& line = editor_.currentLine();
-    if (!line.empty() && line.columnIndex(name) >= 0)
+    if (editor_.scope().operation == Operation::Modify && !line.empty() &&
+        line.columnIndex(name) >= 0)
         edit->setPlaceholderText(line.text(0, name));
     connect(edit, &QLineEdit::editingFinished, this, [this, name] { leave(name); });
     QPushButton* button = nullptr;

@@ -64,15 +64,17 @@ void BatchPreviewDialog::fillChanges(const BatchPlan& plan) {
         const QStringList cells{change.headerId,
                                 change.parent,
                                 kind,
-                                before.join(QLatin1Char(' ')),
-                                after.join(QLatin1Char(' ')),
                                 QString::number(change.costBefore),
-                                QString::number(change.costAfter)};
+                                QString::number(change.costAfter),
+                                before.join(QLatin1Char('\n')),
+                                after.join(QLatin1Char('\n'))};
         for (int column = 0; column < cells.size(); ++column)
             changes_->setItem(row, column, new QTableWidgetItem(cells.at(column)));
         ++row;
     }
+    // One altered cell a line, so before and after read side by side.
     changes_->resizeColumnsToContents();
+    changes_->resizeRowsToContents();
 }
 
 void BatchPreviewDialog::fillSkipped(const BatchPlan& plan) {

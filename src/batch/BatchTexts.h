@@ -119,10 +119,10 @@ struct BatchTexts {
             .arg(skipped);
     }
     static QStringList previewColumns() {
-        return {QStringLiteral("BOM"),         QStringLiteral("母件编码"),
-                QStringLiteral("操作"),        QStringLiteral("修改前"),
-                QStringLiteral("修改后"),      QStringLiteral("材料成本(前)"),
-                QStringLiteral("材料成本(后)")};
+        return {QStringLiteral("BOM"),          QStringLiteral("母件编码"),
+                QStringLiteral("操作"),         QStringLiteral("材料成本(前)"),
+                QStringLiteral("材料成本(后)"), QStringLiteral("修改前"),
+                QStringLiteral("修改后")};
     }
     static QStringList skippedColumns() {
         return {QStringLiteral("跳过的BOM"), QStringLiteral("原因")};

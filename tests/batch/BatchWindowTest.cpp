@@ -116,6 +116,9 @@ TEST_P(BatchWindowTest, ListHandsOverTheLineAndUndoesTheRunFromItsRunsWindow) {
     EXPECT_EQ(prompter.texts(),
               (QStringList{QStringLiteral("请设置修改项目"), QStringLiteral("批量修改完毕！")}));
     EXPECT_EQ(wasteRates(QStringLiteral("SD100")), (QStringList{"5", "5"}));
+    // The list came back with its ticks.
+    EXPECT_TRUE(list->parentModel().isSelected(parentRow(kBk200)));
+    EXPECT_TRUE(list->parentModel().isSelected(parentRow(kBk200Order)));
 
     prompter.clear();
     prompter.queueAnswer(Answer::Yes);
@@ -200,7 +203,7 @@ TEST_P(BatchWindowTest, EditorsCheckOnLeavingAndPreviewShowsWhatTheSaveWrites) {
                        [&](QWidget* modal) {
                            if (auto* p = qobject_cast<batch::BatchPreviewDialog*>(modal)) {
                                previewed = p->changes()->rowCount();
-                               after = p->changes()->item(0, 4)->text();
+                               after = p->changes()->item(0, 6)->text();
                                p->reject();
                            }
                        });
