@@ -515,15 +515,15 @@ void BatchPlanner::costs(BatchPlan& plan) {
     if (plan.changes.empty())
         return;
     db::Database& db = *session_.gConn;
-    QList<qlonglong> changedLines;
-    for (const BatchChange& change : plan.changes)
-        if (change.before >= 0)
-            changedLines << plan.lines.value(std::size_t(change.before), "autoid").toLongLong();
-    // The lines the run leaves as they are, and all of them.
+    // The lines the run leaves as they are (all but the component's, which it changes or
+    // deletes; add changes none), and all of them.
+    const db::SqlCondition changed = plan.operation == Operation::Add
+                                         ? db::sqlText(QStringLiteral("1=0"))
+                                         : plan.component.matches(QStringLiteral("cpscode"));
     const db::SqlCondition sql =
         db::sqlText(QStringLiteral("select ipid, SUM(COALESCE(fbzwlcb,0)) as total, SUM(case when "
-                                   "autoid in ")) +
-        db::BoundList::numbers(db.dialect(), changedLines) +
+                                   "")) +
+        changed +
         db::sqlText(QStringLiteral(" then 0 else COALESCE(fbzwlcb,0) end) as kept from "
                                    "ProductStructures where ")) +
         db::BoundList::in(db.dialect(), QStringLiteral("ipid"), plan.changedBoms()) +

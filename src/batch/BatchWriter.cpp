@@ -6,6 +6,7 @@
 #include "bomservice/BomSaver.h"
 #include "bomservice/LineDescriber.h"
 #include "db/BoundList.h"
+#include "db/BoundRows.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "entry/BomVisibility.h"
@@ -13,6 +14,7 @@
 
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 
 namespace bom::batch {
 namespace {
@@ -62,9 +64,6 @@ qlonglong BatchWriter::write(const BatchPlan& plan, const QString& description,
     bomservice::BomRuns runs(session_);
     const qlonglong run = runs.Begin(BatchScope::operationName(plan.operation), description);
     const QStringList boms = plan.changedBoms();
-    const QStringList parents = plan.changedParents();
-    runs.Touched(run, boms, BatchScope::changeKind(plan.operation));
-    runs.KeepTotals(run, parents, components(plan));
 
     // Blocks of whole BOMs, so progress can be told and a cancel comes between statements.
     std::vector<const BatchChange*> block;
@@ -96,16 +95,8 @@ qlonglong BatchWriter::write(const BatchPlan& plan, const QString& description,
         block.push_back(&change);
     }
     flush();
-
-    // Every changed BOM's version moves on, so a card loaded before the run cannot be saved
-    // over it, and undo can tell whether anything changed it after.
-    const db::SqlCondition bump =
-        db::sqlText(QStringLiteral("update ProductStructure set qzts=qzts where ")) +
-        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), boms);
-    db.exec(bump.sql, bump.params);
-    bomservice::BomSaver(session_).SaveQuantityTotals(parents, components(plan));
-    runs.KeepTotalsAfter(run);
-    runs.Finish(run);
+    runs.Bumped(run, boms, BatchScope::changeKind(plan.operation));
+    bomservice::BomSaver(session_).SaveQuantityTotals(plan.changedParents(), components(plan));
     recordHistory(plan, run);
     entry::BomVisibility(db).RefreshBoms(boms);
     if (plan.operation == Operation::Add)
@@ -134,14 +125,24 @@ void BatchWriter::insertLines(const BatchPlan& plan, const std::vector<const Bat
                            "%2, h.iautoid, h.cpspcode, h.ID from ProductStructure h where ")
                 .arg(plan.written.join(QLatin1Char(',')), marks.join(QLatin1Char(','))),
             values} +
-        db::BoundList::in(db.dialect(), QStringLiteral("h.iautoid"), boms);
-    if (db.exec(insert.sql, insert.params) != boms.size())
+        db::BoundList::in(db.dialect(), QStringLiteral("h.iautoid"), boms) +
+        db::sqlText(QStringLiteral(" returning ipid, autoid"));
+    const db::Rows made = db.query(insert.sql, insert.params);
+    if (made.size() != std::size_t(boms.size()))
         throw db::DbError(QStringLiteral("批量处理中物料清单已被删除"));
+    std::vector<QVariantList> rows;
+    rows.reserve(made.size());
+    for (std::size_t i = 0; i < made.size(); ++i) {
+        rows.push_back(made.at(i));
+        addedLines_.insert(made.text(i, "ipid"), made.text(i, "autoid"));
+    }
     bomservice::BomRuns(session_).Created(
-        run, db::sqlText(QStringLiteral("select ipid, autoid from ProductStructures where ")) +
-                 db::BoundList::in(db.dialect(), QStringLiteral("ipid"), boms) +
-                 db::sqlText(QStringLiteral(" and ")) +
-                 plan.newComponent.matches(QStringLiteral("cpscode")));
+        run, db::sqlText(QStringLiteral("select c0, c1 from ")) +
+                 db::BoundRows::table(
+                     db.dialect(),
+                     {types.value(QStringLiteral("ipid")), types.value(QStringLiteral("autoid"))},
+                     rows) +
+                 db::sqlText(QStringLiteral(" x")));
 }
 
 void BatchWriter::updateLines(const BatchPlan& plan, const std::vector<const BatchChange*>& block,
@@ -162,38 +163,43 @@ void BatchWriter::updateLines(const BatchPlan& plan, const std::vector<const Bat
             db::sqlText(QStringLiteral("delete from ProstruOpt where ")) + options;
         db.exec(drop.sql, drop.params);
     }
-    // Lines whose written values are all equal are changed by one statement.
-    std::vector<int> columns;
-    for (const QString& column : plan.written)
-        columns.push_back(plan.lines.columnIndex(column));
-    QHash<QString, int> groupOf;
-    std::vector<std::pair<db::Params, QList<qlonglong>>> groups;
+    // Values every line of the block takes alike are bound once; the others travel as rows
+    // keyed by the line, so the block is one statement however its lines differ.
+    const QHash<QString, QString> types = db.columnTypes(QStringLiteral("ProductStructures"));
+    QStringList sets, rowTypes{types.value(QStringLiteral("autoid"))};
+    db::Params same;
+    std::vector<int> varying;
+    for (const QString& column : plan.written) {
+        const int at = plan.lines.columnIndex(column);
+        const QString first = keyOf(block.front()->after.value(at));
+        const bool alike = std::all_of(block.begin(), block.end(), [&](const BatchChange* c) {
+            return keyOf(c->after.value(at)) == first;
+        });
+        if (alike) {
+            sets << column + QStringLiteral("=?");
+            same << block.front()->after.value(at);
+        } else {
+            varying.push_back(at);
+            rowTypes << types.value(column);
+            sets << QStringLiteral("%1=v.c%2").arg(column).arg(varying.size());
+        }
+    }
+    std::vector<QVariantList> rows;
+    rows.reserve(block.size());
     for (std::size_t i = 0; i < block.size(); ++i) {
-        db::Params values;
-        QString key;
-        for (int at : columns) {
-            values << block[i]->after.value(at);
-            key += keyOf(values.last()) + QLatin1Char('\x03');
-        }
-        auto found = groupOf.constFind(key);
-        if (found == groupOf.cend()) {
-            found = groupOf.insert(key, int(groups.size()));
-            groups.push_back({values, {}});
-        }
-        groups[std::size_t(*found)].second << autoids[qsizetype(i)];
+        QVariantList row{autoids[qsizetype(i)]};
+        for (int at : varying)
+            row << block[i]->after.value(at);
+        rows.push_back(std::move(row));
     }
-    QStringList sets;
-    for (const QString& column : plan.written)
-        sets << column + QStringLiteral("=?");
-    for (const auto& [values, lines] : groups) {
-        const db::SqlCondition update =
-            db::SqlCondition{QStringLiteral("update ProductStructures set %1 where ")
-                                 .arg(sets.join(QLatin1Char(','))),
-                             values} +
-            db::BoundList::in(db.dialect(), QStringLiteral("autoid"), lines);
-        if (db.exec(update.sql, update.params) != lines.size())
-            throw db::DbError(QStringLiteral("批量处理中子件行已被删除"));
-    }
+    const db::SqlCondition update =
+        db::SqlCondition{QStringLiteral("update ProductStructures set %1 from ")
+                             .arg(sets.join(QLatin1Char(','))),
+                         same} +
+        db::BoundRows::table(db.dialect(), rowTypes, rows) +
+        db::sqlText(QStringLiteral(" v where ProductStructures.autoid=v.c0"));
+    if (db.exec(update.sql, update.params) != autoids.size())
+        throw db::DbError(QStringLiteral("批量处理中子件行已被删除"));
 }
 
 void BatchWriter::deleteLines(const BatchPlan& plan, const std::vector<const BatchChange*>& block,
@@ -223,18 +229,6 @@ void BatchWriter::deleteLines(const BatchPlan& plan, const std::vector<const Bat
 
 void BatchWriter::recordHistory(const BatchPlan& plan, qlonglong run) {
     db::Database& db = *session_.gConn;
-    // Added lines are known by their BOM: each has the new component once.
-    QHash<QString, QString> addedLine;
-    if (plan.operation == Operation::Add) {
-        const db::SqlCondition sql =
-            db::sqlText(QStringLiteral("select ipid, autoid from ProductStructures where ")) +
-            db::BoundList::in(db.dialect(), QStringLiteral("ipid"), plan.changedBoms()) +
-            db::sqlText(QStringLiteral(" and ")) +
-            plan.newComponent.matches(QStringLiteral("cpscode"));
-        const db::Rows rows = db.query(sql.sql, sql.params);
-        for (std::size_t i = 0; i < rows.size(); ++i)
-            addedLine.insert(rows.text(i, "ipid"), rows.text(i, "autoid"));
-    }
     bomservice::LineDescriber describer(session_);
     std::vector<const QVariantList*> all;
     for (const BatchChange& change : plan.changes) {
@@ -252,7 +246,7 @@ void BatchWriter::recordHistory(const BatchPlan& plan, qlonglong run) {
     for (const BatchChange& change : plan.changes) {
         const QString line = change.before >= 0
                                  ? plan.lines.text(std::size_t(change.before), "autoid")
-                                 : addedLine.value(change.headerId);
+                                 : addedLines_.value(change.headerId);
         changes.push_back(
             {change.headerId,
              {kind, QString(),

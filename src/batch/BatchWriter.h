@@ -2,6 +2,7 @@
 
 #include "BatchPlan.h"
 
+#include <QHash>
 #include <functional>
 
 namespace bom::entry {
@@ -14,8 +15,8 @@ class BatchFields;
 
 // Writes a plan inside the caller's transaction, set-based: per block of BOMs one statement
 // per kind of write (lines added, the lines' rows as they were, substitutes dropped, lines
-// changed alike), then the row versions, quantity totals, run record, history and visibility
-// of all changed BOMs at once.
+// changed), then the row versions, quantity totals, run record, history and visibility of all
+// changed BOMs at once.
 class BatchWriter {
 public:
     // Called after each block with the BOMs done and their total; false cancels the run.
@@ -43,6 +44,7 @@ private:
 
     entry::Session& session_;
     BatchFields& fields_;
+    QHash<QString, QString> addedLines_; // the autoid of the line added to each BOM
 };
 
 } // namespace bom::batch

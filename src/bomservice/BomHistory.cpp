@@ -1,6 +1,7 @@
 #include "BomHistory.h"
 
 #include "RowWriter.h"
+#include "db/BoundRows.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "entry/VoucherHelpers.h"
@@ -175,23 +176,33 @@ void BomHistory::record(const std::vector<BomChange>& changes, const QString& us
     if (db_.transactionDepth() == 0) // history only ever joins the write it describes
         throw db::DbError(QStringLiteral("修改记录只能在保存的事务中写入"));
     const QString now = QDateTime::currentDateTime().toString(kTimeFormat);
-    const QString tuple = QStringLiteral("(?,?,?,?,?,?,?,?,?)");
-    const std::size_t perStatement =
-        std::size_t(std::max(1, std::min(200, db_.dialect().valuesPerStatement() / 9)));
-    for (std::size_t start = 0; start < changes.size(); start += perStatement) {
-        const std::size_t end = std::min(changes.size(), start + perStatement);
-        QStringList tuples;
-        db::Params values;
+    const QHash<QString, QString> types = db_.columnTypes(QStringLiteral("sys_bom_history"));
+    const db::Dialect& dialect = db_.dialect();
+    const QStringList rowTypes{
+        types.value(QStringLiteral("iautoid")), types.value(QStringLiteral("cline")),
+        types.value(QStringLiteral("ckind")),   types.value(QStringLiteral("cfield")),
+        types.value(QStringLiteral("cold")),    types.value(QStringLiteral("cnew"))};
+    const QString insert =
+        QStringLiteral("insert into sys_bom_history(dtime, cuserid, iautoid, cline, ckind, "
+                       "cfield, cold, cnew, irunid) select %1, %2, c0, c1, c2, c3, c4, c5, %3 "
+                       "from ")
+            .arg(dialect.typedPlaceholder(types.value(QStringLiteral("dtime"))),
+                 dialect.typedPlaceholder(types.value(QStringLiteral("cuserid"))),
+                 dialect.typedPlaceholder(types.value(QStringLiteral("irunid"))));
+    // The entries travel as rows of one bound value, a few thousand to a statement.
+    constexpr std::size_t kPerStatement = 2000;
+    for (std::size_t start = 0; start < changes.size(); start += kPerStatement) {
+        const std::size_t end = std::min(changes.size(), start + kPerStatement);
+        std::vector<QVariantList> rows;
+        rows.reserve(end - start);
         for (std::size_t i = start; i < end; ++i) {
             const Change& c = changes[i].change;
-            tuples << tuple;
-            values << now << userId << changes[i].headerId << c.line << c.kind << c.field
-                   << c.oldValue << c.newValue << runId;
+            rows.push_back({changes[i].headerId, c.line, c.kind, c.field, c.oldValue, c.newValue});
         }
-        db_.exec(QStringLiteral("insert into sys_bom_history(dtime, cuserid, iautoid, cline, "
-                                "ckind, cfield, cold, cnew, irunid) values ") +
-                     tuples.join(','),
-                 values);
+        const db::SqlCondition sql = db::SqlCondition{insert, {now, userId, runId}} +
+                                     db::BoundRows::table(dialect, rowTypes, rows) +
+                                     db::sqlText(QStringLiteral(" x"));
+        db_.exec(sql.sql, sql.params);
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "BomAccess.h"
 #include "BomHistory.h"
+#include "BomSaver.h"
 #include "Guards.h"
 #include "LineDescriber.h"
 #include "db/BoundList.h"
@@ -83,34 +84,6 @@ void BomRuns::KeepHeaders(qlonglong run, const db::SqlCondition& where) {
     keep(QStringLiteral("ProductStructure"), QStringLiteral("sys_bom_run_header"), run, where);
 }
 
-void BomRuns::KeepTotals(qlonglong run, const QStringList& parents, const QStringList& components) {
-    db::Database& db = *session_.gConn;
-    const db::SqlCondition sql =
-        db::SqlCondition{
-            QStringLiteral("insert into sys_bom_run_total(irunid, cpspcode, cpscode, "
-                           "bbefore, ibefore) select CAST(? AS BIGINT), p.v, c.v, case when "
-                           "x.cPSPCode is null then 0 else 1 end, x.iPSQuantity "
-                           "from (select distinct v from "),
-            {run}} +
-        db::BoundList::texts(db.dialect(), parents) +
-        db::sqlText(QStringLiteral(" pl) p cross join (select distinct v from ")) +
-        db::BoundList::texts(db.dialect(), components) +
-        db::sqlText(QStringLiteral(" cl) c left join ProductStructuresEx x on x.cPSPCode=p.v "
-                                   "and x.cPSCode=c.v"));
-    db.exec(sql.sql, sql.params);
-}
-
-void BomRuns::KeepTotalsAfter(qlonglong run) {
-    const QString pair = QStringLiteral("x.cPSPCode=sys_bom_run_total.cpspcode and "
-                                        "x.cPSCode=sys_bom_run_total.cpscode");
-    session_.gConn->exec(
-        QStringLiteral("update sys_bom_run_total set bafter=case when exists (select 1 from "
-                       "ProductStructuresEx x where %1) then 1 else 0 end, iafter=(select "
-                       "x.iPSQuantity from ProductStructuresEx x where %1) where irunid=?")
-            .arg(pair),
-        {run});
-}
-
 void BomRuns::Created(qlonglong run, const db::SqlCondition& select) {
     const db::SqlCondition sql =
         db::SqlCondition{QStringLiteral("insert into sys_bom_run_created(irunid, iautoid, autoid) "
@@ -137,6 +110,22 @@ void BomRuns::Finish(qlonglong run) {
         QStringLiteral("update sys_bom_run_bom set iqzts=(select h.qzts from ProductStructure h "
                        "where h.iautoid=sys_bom_run_bom.iautoid) where irunid=?"),
         {run});
+}
+
+void BomRuns::Bumped(qlonglong run, const QStringList& headerIds, const QString& kind) {
+    db::Database& db = *session_.gConn;
+    const db::SqlCondition ids =
+        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), headerIds);
+    const db::SqlCondition bump =
+        db::sqlText(QStringLiteral("update ProductStructure set qzts=qzts+1 where ")) + ids;
+    db.exec(bump.sql, bump.params);
+    const db::SqlCondition record =
+        db::SqlCondition{QStringLiteral("insert into sys_bom_run_bom(irunid, iautoid, ckind, "
+                                        "iqztsbefore, iqzts) select CAST(? AS BIGINT), iautoid, "
+                                        "?, qzts-1, qzts from ProductStructure where "),
+                         {run, kind}} +
+        ids;
+    db.exec(record.sql, record.params);
 }
 
 std::vector<BomRuns::Run> BomRuns::List() {
@@ -300,6 +289,23 @@ void BomRuns::recordUndo(qlonglong run) {
 
 void BomRuns::restore(qlonglong run) {
     db::Database& db = *session_.gConn;
+    // The (parent, component) pairs of every line the run made, changed or removed, as the
+    // lines are now and as they were, for the quantity totals.
+    const db::Rows pairs = db.query(
+        QStringLiteral("select cpspcode, cpscode from sys_bom_run_line where irunid=? union "
+                       "select cpspcode, cpscode from ProductStructures where autoid in (select "
+                       "autoid from sys_bom_run_line where irunid=?) or autoid in (select autoid "
+                       "from sys_bom_run_created where irunid=? and autoid is not null) or ipid "
+                       "in (select iautoid from sys_bom_run_created where irunid=? and autoid is "
+                       "null)"),
+        {run, run, run, run});
+    QStringList parents, components;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        parents << pairs.text(i, "cpspcode");
+        components << pairs.text(i, "cpscode");
+    }
+    parents.removeDuplicates();
+    components.removeDuplicates();
     // What the run made goes: its lines with their substitutes, and whole BOMs it created.
     db.exec(QStringLiteral("delete from ProstruOpt where AutoID in (select autoid from "
                            "sys_bom_run_created where irunid=? and autoid is not null)"),
@@ -348,30 +354,9 @@ void BomRuns::restore(qlonglong run) {
                 {run});
     }
 
-    // Totals: as they were where nothing since has moved them from what the run left; worked
-    // out from the lines where something has.
-    const QString current = QStringLiteral("x.cPSPCode=sys_bom_run_total.cpspcode and "
-                                           "x.cPSCode=sys_bom_run_total.cpscode");
-    db.exec(QStringLiteral("update sys_bom_run_total set bsame=case when (bafter=0 and not exists "
-                           "(select 1 from ProductStructuresEx x where %1)) or (bafter=1 and "
-                           "exists (select 1 from ProductStructuresEx x where %1 and "
-                           "(x.iPSQuantity=iafter or (x.iPSQuantity is null and iafter is "
-                           "null)))) then 1 else 0 end where irunid=?")
-                .arg(current),
-            {run});
-    db.exec(QStringLiteral("delete from ProductStructuresEx where (cPSPCode, cPSCode) in (select "
-                           "cpspcode, cpscode from sys_bom_run_total where irunid=?)"),
-            {run});
-    db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) "
-                           "select cpspcode, cpscode, ibefore from sys_bom_run_total where "
-                           "irunid=? and bsame=1 and bbefore=1"),
-            {run});
-    db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) "
-                           "select l.cpspcode, l.cpscode, SUM(COALESCE(l.ipsquantity,0)) from "
-                           "ProductStructures l join sys_bom_run_total t on "
-                           "t.cpspcode=l.cpspcode and t.cpscode=l.cpscode where t.irunid=? and "
-                           "t.bsame=0 group by l.cpspcode, l.cpscode"),
-            {run});
+    // The totals are sums of the lines: worked out again for every pair the lines touched
+    // before and after, which gives them back as they were when nothing else moved them.
+    BomSaver(session_).SaveQuantityTotals(parents, components);
 }
 
 } // namespace bom::bomservice

@@ -18,8 +18,9 @@ namespace bom::bomservice {
 // remove whole BOMs): what each changed, kept so that it can be undone. A run writes its
 // record inside its own transaction: the BOMs it touches and the rows it will change or remove
 // before it does (Touched, Keep…), the rows it made (Created), and last the row versions it
-// left the BOMs at (Finish). Undo puts every touched BOM back as it was, unless one of them
-// changed since.
+// left the BOMs at (Finish, or Bumped for BOMs whose lines alone changed). Undo puts every
+// touched BOM back as it was, unless one of them changed since; the quantity totals of what it
+// put back are worked out again from the lines.
 class BomRuns {
 public:
     struct Run {
@@ -42,10 +43,6 @@ public:
     void KeepLines(qlonglong run, const db::SqlCondition& where);
     void KeepOptions(qlonglong run, const db::SqlCondition& where);
     void KeepHeaders(qlonglong run, const db::SqlCondition& where);
-    // The quantity totals of every pair of `parents` and `components`, before the run changes
-    // them; KeepTotalsAfter once it has.
-    void KeepTotals(qlonglong run, const QStringList& parents, const QStringList& components);
-    void KeepTotalsAfter(qlonglong run);
     // What the run made: `select` answers, per row, a header id and a line's autoid (null for
     // a whole BOM).
     void Created(qlonglong run, const db::SqlCondition& select);
@@ -54,6 +51,10 @@ public:
     void Touched(qlonglong run, const QStringList& headerIds, const QString& kind);
     // After the run's last write: the row versions it left its BOMs at, which undo compares.
     void Finish(qlonglong run);
+    // BOMs whose lines the run changed, once it has: their row versions move on (a card
+    // loaded before the run cannot be saved over it), recorded before and after with `kind`.
+    // Touched and Finish in one, for BOMs that are there before and after.
+    void Bumped(qlonglong run, const QStringList& headerIds, const QString& kind);
 
     // Newest first.
     std::vector<Run> List();

@@ -54,27 +54,29 @@ void LineDescriber::learn(const db::Rows& shape, const std::vector<const QVarian
         take(department, departments, departments_);
     }
     db::Database& db = *session_.gConn;
-    auto read = [&](const QString& select, const QSet<QString>& codes, auto&& keep) {
+    // "<select> where <column> in <codes>".
+    auto read = [&](const QString& select, const QString& column, const QSet<QString>& codes,
+                    auto&& keep) {
         if (codes.isEmpty())
             return;
         const db::SqlCondition sql =
-            db::sqlText(select) + db::BoundList::texts(db.dialect(), {codes.begin(), codes.end()});
+            db::sqlText(select + QStringLiteral(" where ")) +
+            db::BoundList::in(db.dialect(), column, QStringList(codes.begin(), codes.end()));
         const db::Rows rows = db.query(sql.sql, sql.params);
         for (std::size_t i = 0; i < rows.size(); ++i)
             keep(rows, i);
     };
-    read(QStringLiteral("select cInvCode, cInvName, cInvAddCode, cInvStd from Inventory where "
-                        "cInvCode in "),
-         items, [&](const db::Rows& rows, std::size_t i) {
+    read(QStringLiteral("select cInvCode, cInvName, cInvAddCode, cInvStd from Inventory"),
+         QStringLiteral("cInvCode"), items, [&](const db::Rows& rows, std::size_t i) {
              items_.insert(
                  rows.text(i, "cInvCode"),
                  {rows.text(i, "cInvName"), rows.text(i, "cInvAddCode"), rows.text(i, "cInvStd")});
          });
-    read(QStringLiteral("select cWhCode, cWhName from Warehouse where cWhCode in "), warehouses,
-         [&](const db::Rows& rows, std::size_t i) {
+    read(QStringLiteral("select cWhCode, cWhName from Warehouse"), QStringLiteral("cWhCode"),
+         warehouses, [&](const db::Rows& rows, std::size_t i) {
              warehouses_.insert(rows.text(i, "cWhCode"), rows.text(i, "cWhName"));
          });
-    read(QStringLiteral("select cDepCode, cDepName from Department where cDepCode in "),
+    read(QStringLiteral("select cDepCode, cDepName from Department"), QStringLiteral("cDepCode"),
          departments, [&](const db::Rows& rows, std::size_t i) {
              departments_.insert(rows.text(i, "cDepCode"), rows.text(i, "cDepName"));
          });

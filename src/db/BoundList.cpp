@@ -25,12 +25,12 @@ SqlCondition BoundList::numbers(const Dialect& dialect, const QList<qlonglong>& 
 
 SqlCondition BoundList::in(const Dialect& dialect, const QString& column,
                            const QStringList& values) {
-    return sqlText(column + QStringLiteral(" IN ")) + texts(dialect, values);
+    return {dialect.inList(column, false), texts(dialect, values).params};
 }
 
 SqlCondition BoundList::in(const Dialect& dialect, const QString& column,
                            const QList<qlonglong>& values) {
-    return sqlText(column + QStringLiteral(" IN ")) + numbers(dialect, values);
+    return {dialect.inList(column, true), numbers(dialect, values).params};
 }
 
 } // namespace bom::db

@@ -216,6 +216,7 @@ std::unique_ptr<Database::Run> Database::execute(const QString& sql, const Param
                 kept << text;
             for (const QString& text : kept)
                 forget(text);
+            columnTypes_.clear();
         }
         return std::make_unique<Run>(*this, nullptr, std::move(query));
     }
@@ -320,10 +321,16 @@ QHash<QString, int> Database::textLimits(const QString& table) {
 }
 
 QHash<QString, QString> Database::columnTypes(const QString& table) {
+    const QString key = table.toLower();
+    const auto known = columnTypes_.constFind(key);
+    if (known != columnTypes_.cend())
+        return *known;
     QHash<QString, QString> types;
-    const Rows columns = query(dialect_->columnTypesSql(), {table.toLower()});
+    const Rows columns = query(dialect_->columnTypesSql(), {key});
     for (std::size_t i = 0; i < columns.size(); ++i)
         types.insert(columns.text(i, "name").toLower(), columns.text(i, "type"));
+    if (!types.isEmpty())
+        columnTypes_.insert(key, types);
     return types;
 }
 

@@ -64,7 +64,8 @@ public:
     // The declared length of each length-limited text column of a table, by lower-case name.
     // SQLite keeps longer texts without complaint, so callers check lengths themselves.
     QHash<QString, int> textLimits(const QString& table);
-    // The SQL type of each column of a table, by lower-case name, as a cast names it.
+    // The SQL type of each column of a table, by lower-case name, as a cast names it. Kept per
+    // connection until a schema change.
     QHash<QString, QString> columnTypes(const QString& table);
 
     // Used by Transaction: nesting becomes savepoints.
@@ -119,6 +120,7 @@ private:
     // one, so they go when the transaction has ended.
     std::vector<std::unique_ptr<Statement>> retired_;
     quint64 uses_ = 0;
+    QHash<QString, QHash<QString, QString>> columnTypes_;
 };
 
 } // namespace bom::db

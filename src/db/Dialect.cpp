@@ -28,6 +28,17 @@ public:
     QString listElements(bool) const override {
         return QStringLiteral("(SELECT value AS v FROM json_each(?))");
     }
+    QString inList(const QString& column, bool numbers) const override {
+        return column + QStringLiteral(" IN ") + listElements(numbers);
+    }
+    QString rowElements(const QStringList& types) const override {
+        // json_extract hands back numbers and texts as they are stored; the column's affinity
+        // does the rest, so the types need no cast.
+        QStringList columns;
+        for (qsizetype k = 0; k < types.size(); ++k)
+            columns << QStringLiteral("json_extract(value,'$[%1]') AS c%1").arg(k);
+        return QStringLiteral("(SELECT %1 FROM json_each(?))").arg(columns.join(QLatin1Char(',')));
+    }
     Kind kind() const override { return Kind::Sqlite; }
     QString name() const override { return QStringLiteral("sqlite"); }
     QString translateSchema(const QString& script) const override {
@@ -91,6 +102,25 @@ public:
                                         "json_array_elements_text(CAST(? AS json)) AS e)")
                        : QStringLiteral("(SELECT e AS v FROM json_array_elements_text(CAST(? AS "
                                         "json)) AS e)");
+    }
+    QString inList(const QString& column, bool numbers) const override {
+        // The list read once into an array: "= ANY" of it is an index condition, where "IN"
+        // of the function's rows may become a join that reads the list again for every row.
+        return column + (numbers
+                             ? QStringLiteral(" = ANY(ARRAY(SELECT CAST(e AS BIGINT) FROM "
+                                              "json_array_elements_text(CAST(? AS json)) AS e))")
+                             : QStringLiteral(" = ANY(ARRAY(SELECT e FROM "
+                                              "json_array_elements_text(CAST(? AS json)) AS e))"));
+    }
+    QString rowElements(const QStringList& types) const override {
+        QStringList columns;
+        for (qsizetype k = 0; k < types.size(); ++k)
+            columns << (types.at(k).isEmpty()
+                            ? QStringLiteral("r->>%1 AS c%1").arg(k)
+                            : QStringLiteral("CAST(r->>%1 AS %2) AS c%1").arg(k).arg(types.at(k)));
+        // jsonb: parsed once, where every ->> of json would parse its row again.
+        return QStringLiteral("(SELECT %1 FROM jsonb_array_elements(CAST(? AS jsonb)) AS r)")
+            .arg(columns.join(QLatin1Char(',')));
     }
     Kind kind() const override { return Kind::Postgres; }
     QString name() const override { return QStringLiteral("postgresql"); }

@@ -46,6 +46,12 @@ public:
     // text or as whole numbers, its column named v: a list of any length reaches SQL as a
     // single value.
     virtual QString listElements(bool numbers) const = 0;
+    // "<column> IN <the list>" for the same bound JSON array, in the form the planner turns
+    // into an index look-up per element (PostgreSQL would otherwise rescan the list per row).
+    virtual QString inList(const QString& column, bool numbers) const = 0;
+    // A subquery over the rows of a JSON array of arrays bound to its one placeholder, element
+    // k of each row as column ck, of SQL type types[k] (BoundRows).
+    virtual QString rowElements(const QStringList& types) const = 0;
 
     static std::unique_ptr<Dialect> create(Kind kind);
 };
