@@ -326,7 +326,11 @@ bool BatchDialog::save() {
         progress.setMaximum(total);
         progress.setValue(done);
         QCoreApplication::processEvents();
-        return !progress.wasCanceled();
+        const bool goOn = !progress.wasCanceled();
+        // Gone before the run's message: shown late over it, it would take that box's input.
+        if (done >= total)
+            progress.reset();
+        return goOn;
     });
     progress.reset();
     if (!result)

@@ -208,8 +208,8 @@ TEST_P(BatchWindowTest, EditorsCheckOnLeavingAndPreviewShowsWhatTheSaveWrites) {
                            }
                        });
     EXPECT_EQ(previewed, 2);
-    EXPECT_TRUE(after.contains(QStringLiteral("cpscode=RM100"))) << after.toStdString();
-    EXPECT_TRUE(after.contains(QStringLiteral("ipsquantity=2"))) << after.toStdString();
+    EXPECT_TRUE(after.contains(QStringLiteral("子件编码=RM100"))) << after.toStdString();
+    EXPECT_TRUE(after.contains(QStringLiteral("基本用量分子=2"))) << after.toStdString();
     EXPECT_EQ(lines(), 0);
 
     EXPECT_TRUE(dialog.save());
