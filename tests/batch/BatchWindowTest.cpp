@@ -57,14 +57,6 @@ protected:
         ASSERT_TRUE(open());
     }
     entry::Session& session() { return ui.product().session(); }
-    int parentRow(const QString& id) {
-        list::PagedQueryModel& model = window()->parentModel();
-        model.fetchAll();
-        for (int row = 0; row < model.rowCount(); ++row)
-            if (model.value(row, QStringLiteral("iautoid")).toString() == id)
-                return row;
-        return -1;
-    }
     QStringList wasteRates(const QString& component) {
         const db::Rows rows = db->query(QStringLiteral("SELECT COALESCE(iwasterate,0) FROM "
                                                        "ProductStructures WHERE cpscode=? AND "

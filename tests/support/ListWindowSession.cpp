@@ -1,5 +1,7 @@
 #include "ListWindowSession.h"
 
+#include "list/PagedQueryModel.h"
+
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
@@ -27,6 +29,15 @@ void ListWindowSession::close() {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     product_.reset();
     login_.reset();
+}
+
+int DemoListWindowTest::parentRow(const QString& id) {
+    list::PagedQueryModel& model = window()->parentModel();
+    model.fetchAll();
+    for (int row = 0; row < model.rowCount(); ++row)
+        if (model.value(row, QStringLiteral("iautoid")).toString() == id)
+            return row;
+    return -1;
 }
 
 } // namespace bom::test

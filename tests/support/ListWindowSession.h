@@ -55,6 +55,8 @@ protected:
         return ui.open(account->url(), user);
     }
     list::ProductListWindow* window() { return ui.window(); }
+    // The row of the parent list that shows BOM `id`, or -1.
+    int parentRow(const QString& id);
 
     std::unique_ptr<db::Database> db;
     ListWindowSession ui;
