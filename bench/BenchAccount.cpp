@@ -159,6 +159,18 @@ std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString
     return session;
 }
 
+void forgetRuns(db::Database& db, const QList<qlonglong>& runs) {
+    db::Transaction tx(db);
+    for (qlonglong run : runs) {
+        for (const char* table : {"sys_bom_run_line", "sys_bom_run_option", "sys_bom_run_header",
+                                  "sys_bom_run_created", "sys_bom_run_bom", "sys_bom_history"})
+            db.exec(QStringLiteral("delete from %1 where irunid=?").arg(QLatin1String(table)),
+                    {run});
+        db.exec(QStringLiteral("delete from sys_bom_run where id=?"), {run});
+    }
+    tx.commit();
+}
+
 std::vector<double> measure(int runs, const std::function<void()>& work) {
     std::vector<double> ms;
     for (int i = 0; i < runs; ++i) {

@@ -57,6 +57,10 @@ ListAccount listAccount(int argc, char** argv);
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
                                                suite::ScriptedPrompter& prompter);
 
+// Drops the record and history of runs already undone, so an account a benchmark ran on is
+// as it was before and the next measurement starts alike.
+void forgetRuns(db::Database& db, const QList<qlonglong>& runs);
+
 // Runs `work` `runs` times and answers the durations in milliseconds, sorted.
 std::vector<double> measure(int runs, const std::function<void()>& work);
 double percentile(const std::vector<double>& sorted, double p);

@@ -215,16 +215,7 @@ void undo(entry::Session& session, const QList<qlonglong>& newestFirst,
     for (qlonglong run : newestFirst)
         if (!runs.Undo(run, QStringLiteral("批量处理")))
             failed("undo", prompter);
-    db::Database& db = *session.gConn;
-    db::Transaction tx(db);
-    for (qlonglong run : newestFirst) {
-        for (const char* table : {"sys_bom_run_line", "sys_bom_run_option", "sys_bom_run_header",
-                                  "sys_bom_run_created", "sys_bom_run_bom", "sys_bom_history"})
-            db.exec(QStringLiteral("delete from %1 where irunid=?").arg(QLatin1String(table)),
-                    {run});
-        db.exec(QStringLiteral("delete from sys_bom_run where id=?"), {run});
-    }
-    tx.commit();
+    bench::forgetRuns(*session.gConn, newestFirst);
 }
 
 // The floor: the lines alone written through the same driver, one statement over the whole
