@@ -4,12 +4,11 @@
 #include "entry/DisplayTerms.h"
 #include "entry/Session.h"
 #include "suite/Prompter.h"
+#include "suite/qt/RunProgressDialog.h"
 
-#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
-#include <QProgressDialog>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QShortcut>
@@ -163,17 +162,9 @@ void ColourSizeDialog::help() {
 }
 
 bool ColourSizeDialog::execute() {
-    QProgressDialog progress(ColourSizeTexts::running(deleting()), ColourSizeTexts::cancelButton(),
-                             0, 1, this);
-    progress.setWindowModality(Qt::WindowModal);
-    progress.setMinimumDuration(500);
-    progress.setAutoReset(false);
-    const auto result = generator_.Run([&progress](int done, int total) {
-        progress.setMaximum(total);
-        progress.setValue(done);
-        QCoreApplication::processEvents();
-        return !progress.wasCanceled();
-    });
+    suite::RunProgressDialog progress(ColourSizeTexts::running(deleting()),
+                                      ColourSizeTexts::cancelButton(), this);
+    const auto result = generator_.Run(progress.callback());
     progress.reset();
     if (!result) {
         // A template gone meanwhile leaves nothing to do here; a failed run may be tried again.
