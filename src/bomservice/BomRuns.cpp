@@ -189,29 +189,25 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
             else if (!now.isNull() && !mayTouch.contains(touched.text(i, "iautoid")))
                 hidden << shown;
         }
-        if (!changed.isEmpty()) {
-            refused_ = changed;
-            return refuse(
-                QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name) +
-                    changed.join(QStringLiteral("\r\n")),
-                title);
-        }
-        if (!hidden.isEmpty()) {
-            refused_ = hidden;
-            return refuse(
-                QStringLiteral("以下物料清单您无权修改，不能撤销批量处理%1：\r\n").arg(name) +
-                    hidden.join(QStringLiteral("\r\n")),
-                title);
-        }
+        // Refused with the BOMs named after `text`, kept for the caller.
+        auto refuseBoms = [&](const QStringList& boms, const QString& text) {
+            refused_ = boms;
+            return refuse(text + boms.join(QStringLiteral("\r\n")), title);
+        };
+        const QString changedSince =
+            QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name);
+        if (!changed.isEmpty())
+            return refuseBoms(changed, changedSince);
+        if (!hidden.isEmpty())
+            return refuseBoms(
+                hidden,
+                QStringLiteral("以下物料清单您无权修改，不能撤销批量处理%1：\r\n").arg(name));
         // A whole BOM the run removed cannot come back once another BOM has its identity.
         const QStringList remade = remadeBoms(run);
-        if (!remade.isEmpty()) {
-            refused_ = remade;
-            return refuse(
-                QStringLiteral("以下物料清单在批量处理%1之后已重新建立，不能撤销：\r\n").arg(name) +
-                    remade.join(QStringLiteral("\r\n")),
-                title);
-        }
+        if (!remade.isEmpty())
+            return refuseBoms(
+                remade,
+                QStringLiteral("以下物料清单在批量处理%1之后已重新建立，不能撤销：\r\n").arg(name));
         // The versions read above are claimed in the same statement that moves them on, so a
         // save that slipped in between is caught here.
         const int claimed =
@@ -220,13 +216,8 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
                                    "b.iqzts from sys_bom_run_bom b where b.irunid=? and "
                                    "b.iautoid=ProductStructure.iautoid)"),
                     {run, run});
-        if (claimed != existing.size()) {
-            refused_ = existing;
-            return refuse(
-                QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name) +
-                    existing.join(QStringLiteral("\r\n")),
-                title);
-        }
+        if (claimed != existing.size())
+            return refuseBoms(existing, changedSince);
         recordUndo(run);
         restore(run);
         // An earlier run that had left these BOMs as this one found them may be undone next.
