@@ -1,5 +1,6 @@
 #include "ListWindowSession.h"
 
+#include "app/WindowHandover.h"
 #include "list/PagedQueryModel.h"
 
 #include <QCoreApplication>
@@ -39,5 +40,11 @@ int DemoListWindowTest::parentRow(const QString& id) {
             return row;
     return -1;
 }
+
+HandoverListWindowTest::HandoverListWindowTest()
+    : DemoListWindowTest(list::ProductListWindowFactory{
+          [](entry::Session& session, list::ProductListWindow& window) {
+              return std::make_unique<app::WindowHandover>(session, &window);
+          }}) {}
 
 } // namespace bom::test

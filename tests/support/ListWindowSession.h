@@ -63,4 +63,11 @@ protected:
     suite::ScriptedPrompter& prompter = ui.prompter;
 };
 
+// The same with what the program's list opens over itself: the card, batch and colour/size
+// windows.
+class HandoverListWindowTest : public DemoListWindowTest {
+protected:
+    HandoverListWindowTest();
+};
+
 } // namespace bom::test

@@ -1,4 +1,3 @@
-#include "app/WindowHandover.h"
 #include "list/ProductListWindow.h"
 #include "support/ListWindowSession.h"
 #include "support/WindowTest.h"
@@ -11,19 +10,7 @@ using namespace bom;
 
 namespace {
 
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
-
 const QString kShirt = QStringLiteral("{4CEC3297-B84C-5AAF-B02C-EAE3D62404CD}");
-
-void click(QWidget* parent, const char* button) {
-    auto* b = parent->findChild<QPushButton*>(QLatin1String(button));
-    ASSERT_TRUE(b) << button;
-    b->click();
-}
 
 // The row of a list view whose first cell is `code`.
 int rowOf(QTableWidget* list, const QString& code) {
@@ -43,15 +30,10 @@ void tick(variants::ColourSizeDialog* dialog, const QString& colour, const QStri
 
 } // namespace
 
-class ColourSizeWindowTest : public test::DemoListWindowTest {
+class ColourSizeWindowTest : public test::HandoverListWindowTest {
 protected:
-    ColourSizeWindowTest()
-        : DemoListWindowTest(list::ProductListWindowFactory{
-              [](entry::Session& session, list::ProductListWindow& w) {
-                  return std::make_unique<app::WindowHandover>(session, &w);
-              }}) {}
     void SetUp() override {
-        DemoListWindowTest::SetUp();
+        HandoverListWindowTest::SetUp();
         ASSERT_TRUE(open());
     }
     // The list's command on the shirt, the window it opens handed to `use`.
@@ -84,14 +66,14 @@ TEST_P(ColourSizeWindowTest, PlannerGeneratesSizesForColoursThenDeletesTwoPairs)
         EXPECT_FALSE(medium->flags() & Qt::ItemIsUserCheckable);
         tick(dialog, QStringLiteral("WHT"), QStringLiteral("S"));
         tick(dialog, QStringLiteral("WHT"), QStringLiteral("L"));
-        click(dialog, "Command3");                                // white's sizes for every colour
+        test::clickButton(dialog, "Command3");                    // white's sizes for every colour
         tick(dialog, QStringLiteral("BLK"), QStringLiteral("L")); // black small only
         EXPECT_EQ(colours->item(rowOf(colours, QStringLiteral("RED")), 2)->text(),
                   QStringLiteral("M,L,S"));
         EXPECT_EQ(colours->item(rowOf(colours, QStringLiteral("BLK")), 2)->text(),
                   QStringLiteral("S"));
-        click(dialog, "Command5");
-        click(dialog, "Command6");
+        test::clickButton(dialog, "Command5");
+        test::clickButton(dialog, "Command6");
         EXPECT_FALSE(dialog->isVisible());
     });
     ASSERT_EQ(prompter.prompts().size(), 1u);
@@ -102,13 +84,13 @@ TEST_P(ColourSizeWindowTest, PlannerGeneratesSizesForColoursThenDeletesTwoPairs)
     prompter.clear();
     onShirt("pDelete", [&](variants::ColourSizeDialog* dialog) {
         EXPECT_EQ(dialog->windowTitle(), QStringLiteral("批量删除"));
-        click(dialog, "Command2");
+        test::clickButton(dialog, "Command2");
         dialog->colourList()->setCurrentCell(rowOf(dialog->colourList(), "GRY"), 0);
         EXPECT_FALSE(dialog->sizeList()->item(rowOf(dialog->sizeList(), "XL"), 0)->flags() &
                      Qt::ItemIsUserCheckable); // no BOM to delete
         tick(dialog, QStringLiteral("GRY"), QStringLiteral("S"));
         tick(dialog, QStringLiteral("RED"), QStringLiteral("M"));
-        click(dialog, "Command6");
+        test::clickButton(dialog, "Command6");
     });
     EXPECT_EQ(prompter.texts(),
               QStringList{QStringLiteral(
