@@ -27,7 +27,6 @@
 #include "suite/Account.h"
 #include "variants/ColourSizeGenerator.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QUuid>
 #include <cstdio>
@@ -37,6 +36,9 @@ using namespace bom;
 using variants::ColourSizeGenerator;
 using variants::VariantPair;
 
+using bench::failed;
+using bench::msSince;
+
 namespace {
 
 constexpr int kColours = 20;
@@ -44,15 +46,6 @@ constexpr int kSizes = 10;
 constexpr int kLines = 200;
 const QString kParent = QStringLiteral("VB-SHIRT");
 const QString kUndoTitle = QStringLiteral("批量处理");
-
-[[noreturn]] void failed(const char* what, suite::ScriptedPrompter& prompter) {
-    std::fprintf(stderr, "%s failed; shown: %s\n", what, qPrintable(prompter.texts().join(" | ")));
-    std::exit(1);
-}
-
-double msSince(const QElapsedTimer& timer) {
-    return timer.nsecsElapsed() / 1e6;
-}
 
 QString colourCode(int i) {
     return QStringLiteral("C%1").arg(i, 2, 10, QLatin1Char('0'));
@@ -265,14 +258,7 @@ QStringList generated(db::Database& db) {
                        "join ProstruOpt o on o.AutoID=l.autoid where h.cpspcode=? and "
                        "h.iautoid<>? order by h.cfree1, h.cfree2, l.cpscode"),
         {kParent, QStringLiteral("{VB-TEMPLATE}")});
-    QStringList out;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        QStringList cells;
-        for (const QVariant& v : rows.at(i))
-            cells << (v.isNull() ? QStringLiteral("NULL") : v.toString());
-        out << cells.join('|');
-    }
-    return out;
+    return rows.asText();
 }
 
 // How many headers, lines, substitutes and runs the account holds.
@@ -369,14 +355,5 @@ int run(const QString& url, int runs) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    const QString url = bench::accountUrl(argc, argv);
-    const int runs = bench::countArg(argc, argv, 2, 5);
-    try {
-        return run(url, runs);
-    } catch (const db::DbError& e) {
-        std::fprintf(stderr, "database error: %s\n%s\n", qPrintable(e.message()),
-                     qPrintable(e.sql()));
-        return 1;
-    }
+    return bench::benchMain(argc, argv, 5, run);
 }

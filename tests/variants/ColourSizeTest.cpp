@@ -13,17 +13,9 @@ namespace {
 const QString kShirt = QStringLiteral("{4CEC3297-B84C-5AAF-B02C-EAE3D62404CD}"); // RED M, cost BOM
 const QString kBike = QStringLiteral("{BDAD2A5E-EE29-5A09-AADB-050369217BC0}");
 
-// Rows as text, a row a line; NULL kept apart from an empty text.
+// Rows as exact text, a row a line.
 QStringList dump(db::Database& db, const QString& sql, const db::Params& params = {}) {
-    const db::Rows rows = db.query(sql, params);
-    QStringList out;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        QStringList cells;
-        for (const QVariant& v : rows.at(i))
-            cells << (v.isNull() ? QStringLiteral("NULL") : v.toString());
-        out << cells.join('|');
-    }
-    return out;
+    return db.query(sql, params).asText();
 }
 
 } // namespace
