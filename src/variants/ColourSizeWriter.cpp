@@ -113,11 +113,9 @@ ColourSizeWriter::Outcome ColourSizeWriter::generate(const QString& templateId,
         return out;
     bomservice::BomRuns runs(session_);
     out.run = runs.Begin(QLatin1String(kGenerate), description);
-    const int lines =
-        db.scalar(QStringLiteral("select count(*) from ProductStructures where ipid=?"),
-                  {templateId})
-            .toInt();
-    const std::size_t perBlock = std::size_t(std::max(1, kLinesPerBlock / std::max(1, lines)));
+    const TemplateLines lines = templateLines(templateId);
+    const std::size_t perBlock = std::size_t(
+        std::max<qsizetype>(1, kLinesPerBlock / std::max<qsizetype>(1, lines.autoids.size())));
     for (std::size_t start = 0; start < fresh.size(); start += perBlock) {
         Block block;
         QStringList ids;
@@ -126,7 +124,7 @@ ColourSizeWriter::Outcome ColourSizeWriter::generate(const QString& templateId,
             block.push_back({ids.last(), fresh[i]});
         }
         insertHeaders(templateId, block);
-        insertLines(templateId, ids);
+        insertLines(lines, ids);
         out.created += ids;
         if (progress && !progress(int(out.created.size()), int(fresh.size())))
             throw Cancelled{};
@@ -164,30 +162,39 @@ void ColourSizeWriter::insertHeaders(const QString& templateId, const Block& blo
     db.exec(insert.sql, insert.params);
 }
 
-void ColourSizeWriter::insertLines(const QString& templateId, const QStringList& headerIds) {
-    db::Database& db = *session_.gConn;
-    // The template's lines that have substitutes, by identity.
-    const db::Rows withOptions = db.query(
-        QStringLiteral("select autoid, %1 from ProductStructures a where ipid=? and exists "
-                       "(select 1 from ProstruOpt c where c.AutoID=a.autoid)")
+ColourSizeWriter::TemplateLines ColourSizeWriter::templateLines(const QString& templateId) {
+    const db::Rows rows = session_.gConn->query(
+        QStringLiteral("select autoid, %1, (select count(*) from ProstruOpt c where "
+                       "c.AutoID=a.autoid) as options from ProductStructures a where ipid=? "
+                       "order by autoid")
             .arg(kIdentity),
         {templateId});
-    QHash<QStringList, QList<qlonglong>> optionLines;
-    for (std::size_t i = 0; i < withOptions.size(); ++i)
-        optionLines[identityOf(withOptions, i, 1)] << withOptions.at(i).at(0).toLongLong();
+    TemplateLines out;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const qlonglong autoid = rows.at(i).at(0).toLongLong();
+        out.autoids << autoid;
+        if (rows.value(i, "options").toInt() > 0)
+            out.withOptions[identityOf(rows, i, 1)] << autoid;
+    }
+    return out;
+}
 
-    // psid given as the trigger would fill it, so no row is touched twice.
+void ColourSizeWriter::insertLines(const TemplateLines& lines, const QStringList& headerIds) {
+    db::Database& db = *session_.gConn;
+    // The template's lines by their keys: the planner reads them by the primary key, however
+    // many lines the run has added so far. psid given as the trigger would fill it, so no row
+    // is touched twice.
     const db::SqlCondition insert =
-        db::SqlCondition{
-            QStringLiteral("insert into ProductStructures(%1, ipid, psid) select %2, "
-                           "h.iautoid, h.ID from ProductStructure h join "
-                           "ProductStructures a on a.ipid=? where ")
-                .arg(kLineColumns.join(QLatin1Char(',')),
-                     prefixed(QStringLiteral("a"), kLineColumns).join(QLatin1Char(','))),
-            {templateId}} +
+        db::sqlText(QStringLiteral("insert into ProductStructures(%1, ipid, psid) select %2, "
+                                   "h.iautoid, h.ID from ProductStructure h, ProductStructures a "
+                                   "where ")
+                        .arg(kLineColumns.join(QLatin1Char(',')),
+                             prefixed(QStringLiteral("a"), kLineColumns).join(QLatin1Char(',')))) +
+        db::BoundList::in(db.dialect(), QStringLiteral("a.autoid"), lines.autoids) +
+        db::sqlText(QStringLiteral(" and ")) +
         db::BoundList::in(db.dialect(), QStringLiteral("h.iautoid"), headerIds) +
         db::sqlText(QStringLiteral(" order by h.ID, a.autoid"));
-    if (optionLines.isEmpty()) {
+    if (lines.withOptions.isEmpty()) {
         db.exec(insert.sql, insert.params);
         return;
     }
@@ -195,7 +202,7 @@ void ColourSizeWriter::insertLines(const QString& templateId, const QStringList&
         db.query(insert.sql + QStringLiteral(" returning autoid, ") + kIdentity, insert.params);
     std::vector<QVariantList> matches; // template line, new line
     for (std::size_t i = 0; i < made.size(); ++i)
-        for (qlonglong from : optionLines.value(identityOf(made, i, 1)))
+        for (qlonglong from : lines.withOptions.value(identityOf(made, i, 1)))
             matches.push_back({from, made.at(i).at(0).toLongLong()});
     if (matches.empty())
         return;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QHash>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -67,10 +69,16 @@ public:
 
 private:
     using Block = std::vector<std::pair<QString, VariantPair>>; // new header id and its pair
+    // The template's lines in order, and those with substitutes by their component identity.
+    struct TemplateLines {
+        QList<qlonglong> autoids;
+        QHash<QStringList, QList<qlonglong>> withOptions;
+    };
+    TemplateLines templateLines(const QString& templateId);
     void insertHeaders(const QString& templateId, const Block& block);
     // The lines of every header of the block, in the template's order, and each template
     // line's substitutes on its match.
-    void insertLines(const QString& templateId, const QStringList& headerIds);
+    void insertLines(const TemplateLines& lines, const QStringList& headerIds);
     void recordCreated(qlonglong run, const QString& parent, const QStringList& created);
     void removeBlock(qlonglong run, const QStringList& headerIds);
     std::vector<VariantPair> freshPairs(const QString& parent,
