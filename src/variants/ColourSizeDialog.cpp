@@ -26,6 +26,9 @@ QTableWidget* listView(const QString& name, const QStringList& columns, QWidget*
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->verticalHeader()->setVisible(false);
+    // Codes and names as wide as they are; the last column takes the rest.
+    for (int column = 0; column + 1 < columns.size(); ++column)
+        table->horizontalHeader()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
     table->horizontalHeader()->setStretchLastSection(true);
     return table;
 }
@@ -110,8 +113,6 @@ void ColourSizeDialog::fillColours() {
         colours_->setItem(row, 1, cell(colour.colour.alias));
         colours_->setItem(row, 2, cell(generator_.chosenText(row)));
     }
-    colours_->resizeColumnsToContents();
-    colours_->horizontalHeader()->setStretchLastSection(true);
 }
 
 void ColourSizeDialog::showSizes() {
@@ -129,8 +130,6 @@ void ColourSizeDialog::showSizes() {
         sizes_->setItem(row, 0, tick);
         sizes_->setItem(row, 1, cell(size.alias));
     }
-    sizes_->resizeColumnsToContents();
-    sizes_->horizontalHeader()->setStretchLastSection(true);
 }
 
 void ColourSizeDialog::sizeTicked(QTableWidgetItem* item) {

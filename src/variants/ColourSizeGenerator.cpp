@@ -233,13 +233,6 @@ std::vector<VariantPair> ColourSizeGenerator::chosenPairs() const {
     return out;
 }
 
-QString ColourSizeGenerator::description() const {
-    QStringList pairs;
-    for (const VariantPair& pair : chosenPairs())
-        pairs << pair.colour + QLatin1Char(':') + pair.size;
-    return parent_ + QLatin1Char(' ') + pairs.join(QLatin1Char(','));
-}
-
 std::optional<ColourSizeGenerator::Result> ColourSizeGenerator::Run(const Progress& progress) {
     databaseFailed_ = false;
     db::Database& db = *session_.gConn;
@@ -255,9 +248,9 @@ std::optional<ColourSizeGenerator::Result> ColourSizeGenerator::Run(const Progre
                 session_.ShowInfo(ColourSizeTexts::templateGone());
                 return std::nullopt;
             }
-            outcome = writer.generate(templateId_, chosenPairs(), description(), progress);
+            outcome = writer.generate(templateId_, chosenPairs(), progress);
         } else {
-            outcome = writer.remove(parent_, chosenPairs(), description(), progress);
+            outcome = writer.remove(parent_, chosenPairs(), progress);
         }
         tx.commit();
     } catch (const ColourSizeWriter::Cancelled&) {

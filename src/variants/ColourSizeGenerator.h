@@ -97,7 +97,6 @@ private:
     bool templateVisible();
     int sizeIndex(const QString& size) const;
     void order(QStringList& sizes) const;
-    QString description() const;
     void show(const QString& text, const QString& title, int style);
 
     entry::Session& session_;

@@ -76,6 +76,13 @@ QString pairKey(const QString& colour, const QString& size) {
 
 } // namespace
 
+QString ColourSizeWriter::describe(const QString& parent, const std::vector<VariantPair>& pairs) {
+    QStringList named;
+    for (const VariantPair& pair : pairs)
+        named << pair.colour + QLatin1Char(':') + pair.size;
+    return parent + QLatin1Char(' ') + named.join(QLatin1Char(','));
+}
+
 std::vector<VariantPair> ColourSizeWriter::freshPairs(const QString& parent,
                                                       const std::vector<VariantPair>& pairs) {
     const db::Rows existing = session_.gConn->query(
@@ -100,7 +107,6 @@ std::vector<VariantPair> ColourSizeWriter::freshPairs(const QString& parent,
 
 ColourSizeWriter::Outcome ColourSizeWriter::generate(const QString& templateId,
                                                      const std::vector<VariantPair>& pairs,
-                                                     const QString& description,
                                                      const Progress& progress) {
     db::Database& db = *session_.gConn;
     Outcome out;
@@ -112,7 +118,7 @@ ColourSizeWriter::Outcome ColourSizeWriter::generate(const QString& templateId,
     if (fresh.empty())
         return out;
     bomservice::BomRuns runs(session_);
-    out.run = runs.Begin(QLatin1String(kGenerate), description);
+    out.run = runs.Begin(QLatin1String(kGenerate), describe(parent, fresh));
     const TemplateLines lines = templateLines(templateId);
     const std::size_t perBlock = std::size_t(
         std::max<qsizetype>(1, kLinesPerBlock / std::max<qsizetype>(1, lines.autoids.size())));
@@ -241,7 +247,6 @@ void ColourSizeWriter::recordCreated(qlonglong run, const QString& parent,
 
 ColourSizeWriter::Outcome ColourSizeWriter::remove(const QString& parent,
                                                    const std::vector<VariantPair>& pairs,
-                                                   const QString& description,
                                                    const Progress& progress) {
     db::Database& db = *session_.gConn;
     Outcome out;
@@ -266,6 +271,7 @@ ColourSizeWriter::Outcome ColourSizeWriter::remove(const QString& parent,
     // A BOM the operator may not touch is as good as not there.
     const QSet<QString> touchable = bomservice::BomAccess(session_).Touchable(all);
     QStringList doomed;
+    std::vector<VariantPair> doomedPairs;
     QSet<QString> named;
     for (const VariantPair& pair : pairs) {
         const QString key = pairKey(pair.colour.trimmed(), pair.size.trimmed());
@@ -279,14 +285,16 @@ ColourSizeWriter::Outcome ColourSizeWriter::remove(const QString& parent,
             if (!boms.text(i, "ccheck").isEmpty() || boms.value(i, "bmrcbbom").toInt() != 0)
                 out.kept.push_back({id, itemName, boms.text(i, "colour"), boms.text(i, "size"),
                                     boms.text(i, "csocode")});
-            else
+            else {
                 doomed << id;
+                doomedPairs.push_back({boms.text(i, "colour"), boms.text(i, "size")});
+            }
         }
     }
     if (doomed.isEmpty())
         return out;
     bomservice::BomRuns runs(session_);
-    out.run = runs.Begin(QLatin1String(kDelete), description);
+    out.run = runs.Begin(QLatin1String(kDelete), describe(parent, doomedPairs));
     runs.Touched(out.run, doomed, QStringLiteral("X"));
     const int lines = [&] {
         const db::SqlCondition count =

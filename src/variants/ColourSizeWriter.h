@@ -61,11 +61,11 @@ public:
     // A new BOM per pair that the parent has none of yet (pairs named twice count once),
     // copied from the template with new keys.
     Outcome generate(const QString& templateId, const std::vector<VariantPair>& pairs,
-                     const QString& description, const Progress& progress);
+                     const Progress& progress);
     // Every BOM of the parent in one of the pairs that the operator may touch: approved and
     // default-cost BOMs are kept, the others go with their lines and substitutes.
     Outcome remove(const QString& parent, const std::vector<VariantPair>& pairs,
-                   const QString& description, const Progress& progress);
+                   const Progress& progress);
 
 private:
     using Block = std::vector<std::pair<QString, VariantPair>>; // new header id and its pair
@@ -81,6 +81,8 @@ private:
     void insertLines(const TemplateLines& lines, const QStringList& headerIds);
     void recordCreated(qlonglong run, const QString& parent, const QStringList& created);
     void removeBlock(qlonglong run, const QStringList& headerIds);
+    // The run's description: the parent and the pairs it made or removed.
+    static QString describe(const QString& parent, const std::vector<VariantPair>& pairs);
     std::vector<VariantPair> freshPairs(const QString& parent,
                                         const std::vector<VariantPair>& pairs);
 

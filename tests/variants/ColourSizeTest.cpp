@@ -162,6 +162,7 @@ TEST_P(ColourSizeTest, GeneratesEachNewPairOnceLikeASavedBomAndUndoRemovesThem) 
     bomservice::BomRuns runs(s->session());
     EXPECT_EQ(runs.List().front().operation, QStringLiteral("variants-generate"));
     EXPECT_EQ(runs.List().front().boms, 3);
+    EXPECT_EQ(runs.List().front().description, QStringLiteral("GT100 WHT:M,WHT:S,RED:L"));
     ASSERT_TRUE(runs.Undo(result->run, QStringLiteral("批量处理")));
     EXPECT_EQ(state(), before);
 }

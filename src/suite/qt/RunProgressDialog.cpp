@@ -16,7 +16,11 @@ std::function<bool(int, int)> RunProgressDialog::callback() {
         setMaximum(total);
         setValue(done);
         QCoreApplication::processEvents();
-        return !wasCanceled();
+        const bool goOn = !wasCanceled();
+        // The run's own messages follow its last step: the dialog must not stand over them.
+        if (goOn && done >= total)
+            reset();
+        return goOn;
     };
 }
 
