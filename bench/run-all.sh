@@ -33,6 +33,7 @@ run "$bin/validate_bench" "$url"
 run "$bin/cycle_bench" "$url"
 run "$bin/tree_bench" "$url"
 run "$bin/batch_bench" "$url"
+run "$bin/variants_bench" "$url"
 run "$bin/card_open_bench" "$url"
 run "$bin/list_auth_bench" "$url" 100000
 run "$bin/list_auth_bench" "$url" 300000

@@ -5,6 +5,7 @@
 #include "batch/BatchTexts.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
+#include "variants/ColourSizeDialog.h"
 
 namespace bom::app {
 
@@ -35,6 +36,11 @@ void WindowHandover::openBatch(const QString& operation, const std::vector<list:
 
 void WindowHandover::openBatchRuns() {
     batch::BatchRunsDialog(session(), list()).exec();
+}
+
+void WindowHandover::openColourSize(const QString& mode, const list::ListRow& parent) {
+    variants::ColourSizeDialog::run(session(), mode, parent.text(QStringLiteral("iautoid")),
+                                    list());
 }
 
 } // namespace bom::app

@@ -13,6 +13,7 @@ public:
     void openBatch(const QString& operation, const std::vector<list::ListRow>& parents,
                    const std::vector<list::ListRow>& lines) override;
     void openBatchRuns() override;
+    void openColourSize(const QString& mode, const list::ListRow& parent) override;
 };
 
 } // namespace bom::app

@@ -1,4 +1,3 @@
-#include "app/WindowHandover.h"
 #include "batch/BatchDialog.h"
 #include "batch/BatchPreviewDialog.h"
 #include "batch/BatchRunsDialog.h"
@@ -20,12 +19,6 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
-
 const QString kBk200 = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}");
 const QString kBk200Order = QStringLiteral("{090D4316-FD7F-5F3D-AD91-F241FEFD8DF6}");
 
@@ -37,34 +30,15 @@ void type(QLineEdit* edit, const QString& text) {
     emit edit->editingFinished();
 }
 
-void click(QWidget* parent, const char* button) {
-    auto* b = parent->findChild<QPushButton*>(QLatin1String(button));
-    ASSERT_TRUE(b) << button;
-    b->click();
-}
-
 } // namespace
 
-class BatchWindowTest : public test::DemoListWindowTest {
+class BatchWindowTest : public test::HandoverListWindowTest {
 protected:
-    BatchWindowTest()
-        : DemoListWindowTest(list::ProductListWindowFactory{
-              [](entry::Session& session, list::ProductListWindow& w) {
-                  return std::make_unique<app::WindowHandover>(session, &w);
-              }}) {}
     void SetUp() override {
-        DemoListWindowTest::SetUp();
+        HandoverListWindowTest::SetUp();
         ASSERT_TRUE(open());
     }
     entry::Session& session() { return ui.product().session(); }
-    int parentRow(const QString& id) {
-        list::PagedQueryModel& model = window()->parentModel();
-        model.fetchAll();
-        for (int row = 0; row < model.rowCount(); ++row)
-            if (model.value(row, QStringLiteral("iautoid")).toString() == id)
-                return row;
-        return -1;
-    }
     QStringList wasteRates(const QString& component) {
         const db::Rows rows = db->query(QStringLiteral("SELECT COALESCE(iwasterate,0) FROM "
                                                        "ProductStructures WHERE cpscode=? AND "
@@ -105,10 +79,10 @@ TEST_P(BatchWindowTest, ListHandsOverTheLineAndUndoesTheRunFromItsRunsWindow) {
             EXPECT_EQ(dialog->lineEditor(QStringLiteral("cwhcode"))->text(), QString());
             EXPECT_EQ(dialog->lineEditor(QStringLiteral("cwhcode"))->placeholderText(),
                       QStringLiteral("02"));
-            click(dialog, "cmdSave");
+            test::clickButton(dialog, "cmdSave");
             EXPECT_TRUE(dialog->isVisible()); // nothing set: it stays open
             type(dialog->lineEditor(QStringLiteral("iwasterate")), QStringLiteral("5"));
-            click(dialog, "cmdSave");
+            test::clickButton(dialog, "cmdSave");
         });
     EXPECT_EQ(caption, QStringLiteral("SD100--批量修改"));
     EXPECT_TRUE(currentLine.contains(QStringLiteral("子件编码=\"SD100\"")))
@@ -178,7 +152,7 @@ TEST_P(BatchWindowTest, EditorsCheckOnLeavingAndPreviewShowsWhatTheSaveWrites) {
 
     // The sales-order browse offers the orders the selected parents have BOMs for.
     int offered = 0;
-    test::answerModals([&] { click(&dialog, "csocodeBrw"); },
+    test::answerModals([&] { test::clickButton(&dialog, "csocodeBrw"); },
                        [&](QWidget* modal) {
                            if (auto* r = qobject_cast<list::ReferenceDialog*>(modal)) {
                                offered = r->loadedRows();

@@ -38,12 +38,6 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
-
 const QString kMountainBike = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}"); // BK200
 const QString kFrame = QStringLiteral("{68A4B30F-4353-573A-8925-97479D304B80}");        // FR100
 
@@ -242,7 +236,7 @@ TEST_P(CardWindowTest, RefusedEntryKeepsItsOldValueAndTheFocus) {
 
 TEST_P(CardWindowTest, SubstitutesCardSavesAndTheCardStillSavesAfterIt) {
     auto w = open(kFrame);
-    prompter().queueAnswer(Answer::Yes); // the frame is a shared part: modify it all the same
+    prompter().queueAnswer(Answer::Yes);  // the frame is a shared part: modify it all the same
     press(w->view()->body(), Qt::Key_F8); // the BOM card in edit while its substitutes change
     ASSERT_EQ(w->document().VoucherStatus(), 1) << prompter().texts().join('|').toStdString();
     int tube = -1;

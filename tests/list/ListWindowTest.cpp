@@ -51,13 +51,6 @@ using namespace bom;
 
 namespace {
 
-// Window tests need a QApplication before any account makes a plain QCoreApplication.
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
-
 using test::modalOpenedBy;
 using test::press;
 

@@ -1,5 +1,8 @@
 #include "ListWindowSession.h"
 
+#include "app/WindowHandover.h"
+#include "list/PagedQueryModel.h"
+
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
@@ -28,5 +31,20 @@ void ListWindowSession::close() {
     product_.reset();
     login_.reset();
 }
+
+int DemoListWindowTest::parentRow(const QString& id) {
+    list::PagedQueryModel& model = window()->parentModel();
+    model.fetchAll();
+    for (int row = 0; row < model.rowCount(); ++row)
+        if (model.value(row, QStringLiteral("iautoid")).toString() == id)
+            return row;
+    return -1;
+}
+
+HandoverListWindowTest::HandoverListWindowTest()
+    : DemoListWindowTest(list::ProductListWindowFactory{
+          [](entry::Session& session, list::ProductListWindow& window) {
+              return std::make_unique<app::WindowHandover>(session, &window);
+          }}) {}
 
 } // namespace bom::test

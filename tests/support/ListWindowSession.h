@@ -55,10 +55,19 @@ protected:
         return ui.open(account->url(), user);
     }
     list::ProductListWindow* window() { return ui.window(); }
+    // The row of the parent list that shows BOM `id`, or -1.
+    int parentRow(const QString& id);
 
     std::unique_ptr<db::Database> db;
     ListWindowSession ui;
     suite::ScriptedPrompter& prompter = ui.prompter;
+};
+
+// The same with what the program's list opens over itself: the card, batch and colour/size
+// windows.
+class HandoverListWindowTest : public DemoListWindowTest {
+protected:
+    HandoverListWindowTest();
 };
 
 } // namespace bom::test

@@ -10,6 +10,7 @@ namespace bom::test {
 
 // A QApplication on the offscreen platform (unless another is asked for), made before any
 // account makes a plain QCoreApplication; what the windows remember goes to a temporary folder.
+// Every window test binary has it made before its first test.
 void ensureGuiApplication();
 
 // Runs `action` and names the first modal dialog it opened (closing it again), or "".
@@ -21,5 +22,8 @@ void answerModals(const std::function<void()>& action,
                   const std::function<void(QWidget* modal)>& respond);
 
 void press(QWidget* target, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+
+// Clicks the push button named `button` among `parent`'s children; a test failure if none.
+void clickButton(QWidget* parent, const char* button);
 
 } // namespace bom::test
