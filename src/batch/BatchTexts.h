@@ -143,7 +143,9 @@ struct BatchTexts {
             {QStringLiteral("batch-add"), QStringLiteral("批量增加")},
             {QStringLiteral("batch-modify"), QStringLiteral("批量修改")},
             {QStringLiteral("batch-replace"), QStringLiteral("批量替换")},
-            {QStringLiteral("batch-delete"), QStringLiteral("批量删除")}};
+            {QStringLiteral("batch-delete"), QStringLiteral("批量删除")},
+            {QStringLiteral("variants-generate"), QStringLiteral("颜色尺码批增")},
+            {QStringLiteral("variants-delete"), QStringLiteral("颜色尺码批删")}};
         return captions.value(operation, operation);
     }
     static QString changeKind(const QString& kind) {
