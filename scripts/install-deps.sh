@@ -3,7 +3,7 @@
 set -euo pipefail
 packages=(cmake ninja-build g++ qt6-base-dev qt6-base-dev-tools libqt6sql6-sqlite libqt6sql6-psql
           libgl-dev googletest libgtest-dev libbenchmark-dev postgresql fonts-wqy-microhei
-          xvfb xauth qt6-translations-l10n)
+          xvfb xauth qt6-translations-l10n libxlsxwriter-dev libminizip-dev pkg-config)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

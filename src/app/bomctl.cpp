@@ -16,7 +16,7 @@ namespace {
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
     for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands,
-                       batchCommands, printCommands, variantsCommands})
+                       batchCommands, printCommands, variantsCommands, spreadsheetCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -50,6 +50,9 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("    (code, alias); --generate/--delete: run, created, deleted, kept");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
     std::puts("  print: pdf, pages, template");
+    std::puts("  export: file, rows    import: refused (row, field, message), boms (iautoid,");
+    std::puts(
+        "    cpspcode, csocode, created, row, lines), written, run (undo it with batch undo)");
 }
 
 // Global options that take a value, and those that do not.

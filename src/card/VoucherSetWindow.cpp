@@ -110,7 +110,7 @@ VoucherSetWindow::VoucherSetWindow(entry::Session& session, CardNavigator& navig
     setWindowFlag(Qt::WindowMaximizeButtonHint);
     resize(1100, 700);
     // The card's messages stand over the card while it is open.
-    qtPrompter_ = dynamic_cast<suite::QtPrompter*>(&session_.prompter);
+    qtPrompter_ = dynamic_cast<suite::QtPrompter*>(&session_.relay.target());
     if (qtPrompter_) {
         prompterParent_ = qtPrompter_->parent();
         qtPrompter_->setParent(this);

@@ -22,6 +22,23 @@ const PrecisionSetting kPrecision[] = {
 
 } // namespace
 
+int Common::DecimalsOf(const Session& session, const QString& field) {
+    const QString name = field.trimmed().toLower();
+    static const QStringList quantities{"ipsquantity", "tdqtyd", "tdqtyn",
+                                        "iwasterate",  "qty",    "cum_qty"};
+    if (quantities.contains(name))
+        return session.gQuanDigits;
+    if (name == QLatin1String("unitqty"))
+        return session.gNumDigits;
+    if (name == QLatin1String("iprodchangrate"))
+        return session.gRateDigits;
+    if (name.startsWith(QLatin1String("fbz")) || name.startsWith(QLatin1String("fqmz")) ||
+        name == QLatin1String("material") || name == QLatin1String("total") ||
+        name.startsWith(QLatin1String("stored_")) || name.startsWith(QLatin1String("cost")))
+        return session.gPriceDigits;
+    return -1;
+}
+
 void Common::LoadPrecision(Session& session) {
     const db::Rows rows = session.gClsCommon->OpenX(QStringLiteral(
         "select cID, cName, cValue, cDefault from AccInformation where cSysID='AA'"));

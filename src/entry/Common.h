@@ -23,6 +23,9 @@ public:
     // Fills the session's decimal digits from the account settings; a missing or empty
     // setting gives 2 (quantities first try the setting's default).
     static void LoadPrecision(Session& session);
+    // The account's decimal places for a numeric BOM field (quantities, the auxiliary quantity,
+    // rates, prices and costs), as the card templates are kept; -1 for any other field.
+    static int DecimalsOf(const Session& session, const QString& field);
     static QString GetOrderBy(Session& session, const QString& colInfo);
     // Replaces what stands before the first " from" of `sql` with "Select " + the list.
     static void ReplaceSelectList(QString& sql, const QString& selectList);

@@ -4,6 +4,7 @@
 #include "suite/ColumnSettings.h"
 #include "suite/ConnectionService.h"
 #include "suite/Login.h"
+#include "suite/Prompter.h"
 #include "suite/PublicService.h"
 #include "suite/RowAuth.h"
 
@@ -12,10 +13,6 @@
 #include <memory>
 #include <optional>
 
-namespace bom::suite {
-class Prompter;
-}
-
 namespace bom::entry {
 
 class ListWindowHandle;
@@ -23,8 +20,11 @@ class ListWindowHandle;
 // The state one running BOM session shares between its windows and services.
 class Session {
 public:
-    explicit Session(suite::Prompter& prompter) : prompter(prompter) {}
+    explicit Session(suite::Prompter& shown) : relay(shown), prompter(relay) {}
 
+    // Every message and question of the session goes through `prompter`, which passes it on
+    // to the prompter the session was made with (see PrompterRelay::Collecting).
+    suite::PrompterRelay relay;
     suite::Prompter& prompter;
 
     suite::Login* gLogin = nullptr; // owned by the host

@@ -350,7 +350,7 @@ void ProductListWindow::show() {
         // files of the folders it lists.
         suite::QtTranslations::install();
         FileChooserDialog::guardApplication();
-        qtPrompter_ = dynamic_cast<suite::QtPrompter*>(&session_.prompter);
+        qtPrompter_ = dynamic_cast<suite::QtPrompter*>(&session_.relay.target());
         if (qtPrompter_)
             qtPrompter_->setParent(this);
         try {

@@ -1,6 +1,7 @@
 #include "Prompter.h"
 
 #include <QStringList>
+#include <utility>
 
 namespace bom::suite {
 
@@ -16,6 +17,30 @@ QString Prompter::answerName(Answer answer) {
         return QStringLiteral("cancel");
     }
     return {};
+}
+
+void PrompterRelay::info(const QString& text, const QString& title, int style) {
+    if (collected_)
+        collected_->push_back({text, title, style});
+    else
+        target_.info(text, title, style);
+}
+
+Prompter::Answer PrompterRelay::ask(const QString& text, const QString& title, int style) {
+    return target_.ask(text, title, style);
+}
+
+PrompterRelay::Collecting::Collecting(PrompterRelay& relay)
+    : relay_(relay), outer_(relay.collected_) {
+    relay_.collected_ = &messages_;
+}
+
+PrompterRelay::Collecting::~Collecting() {
+    relay_.collected_ = outer_;
+}
+
+std::vector<PrompterRelay::Message> PrompterRelay::Collecting::take() {
+    return std::exchange(messages_, {});
 }
 
 void ScriptedPrompter::info(const QString& text, const QString& title, int style) {

@@ -26,6 +26,42 @@ public:
     static QString answerName(Answer answer);
 };
 
+// Passes every prompt on to the prompter it was made with, except while a Collecting scope
+// lives: then messages are kept instead of shown, so that work checking many rows at once can
+// report every refusal together (questions still reach the operator).
+class PrompterRelay : public Prompter {
+public:
+    struct Message {
+        QString text;
+        QString title;
+        int style = 0;
+    };
+    explicit PrompterRelay(Prompter& target) : target_(target) {}
+    void info(const QString& text, const QString& title, int style) override;
+    Answer ask(const QString& text, const QString& title, int style) override;
+    // The prompter that shows what is not collected.
+    Prompter& target() const { return target_; }
+
+    class Collecting {
+    public:
+        explicit Collecting(PrompterRelay& relay);
+        ~Collecting();
+        Collecting(const Collecting&) = delete;
+        Collecting& operator=(const Collecting&) = delete;
+        // The messages kept since the scope began or since the last take.
+        std::vector<Message> take();
+
+    private:
+        PrompterRelay& relay_;
+        std::vector<Message>* outer_;
+        std::vector<Message> messages_;
+    };
+
+private:
+    Prompter& target_;
+    std::vector<Message>* collected_ = nullptr;
+};
+
 // Records every prompt and answers questions from a queue; an empty queue declines.
 // Used by tests and by bomctl.
 class ScriptedPrompter : public Prompter {

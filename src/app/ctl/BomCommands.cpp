@@ -1,6 +1,7 @@
 #include "CardJson.h"
 #include "Commands.h"
 #include "CtlContext.h"
+#include "ListQuery.h"
 #include "RowPrinter.h"
 #include "bomservice/BomAccess.h"
 #include "bomservice/BomCardLoader.h"
@@ -37,36 +38,12 @@ int printQuery(CtlContext& ctx, RowPrinter::Format format, const db::SqlConditio
 }
 
 int runList(CtlContext& ctx) {
-    const QStringList wheres = ctx.args().options(QStringLiteral("--where"));
-    const auto columnsOption = ctx.args().option(QStringLiteral("--columns"));
     const auto format = formatOption(ctx, "table");
-    const auto words = ctx.positional(0, 0);
-    if (!format || !words)
+    if (!format)
         return ExitUsage;
-    for (const QString& where : wheres)
-        if (where.indexOf('=') <= 0)
-            return ctx.usage(QStringLiteral("--where 应为 字段=值：%1").arg(where));
-    if (columnsOption && columnsOption->split(',', Qt::SkipEmptyParts).isEmpty())
-        return ctx.usage(QStringLiteral("--columns 需要字段名：%1").arg(*columnsOption));
-    if (const int status = ctx.startSession())
-        return status;
-    const list::BomList list(ctx.session());
-    QString error;
-    const auto columns =
-        list.viewColumns(columnsOption ? columnsOption->split(',', Qt::SkipEmptyParts)
-                                       : list::BomList::fixedParentColumns(),
-                         &error);
-    if (!columns)
-        return ctx.usage(error);
-    db::SqlCondition filter;
-    for (const QString& where : wheres) {
-        const int eq = where.indexOf('=');
-        const auto condition = list.fieldFilter(where.left(eq), where.mid(eq + 1), &error);
-        if (!condition)
-            return ctx.usage(error);
-        filter += db::sqlText(filter.isEmpty() ? QString() : QStringLiteral(" and ")) + *condition;
-    }
-    return printQuery(ctx, *format, list.fixedParentQuery(*columns, filter));
+    int status = ExitOk;
+    const auto query = listQuery(ctx, 0, &status);
+    return query ? printQuery(ctx, *format, query->sql) : status;
 }
 
 int runLines(CtlContext& ctx) {
@@ -133,6 +110,48 @@ int runRef(CtlContext& ctx) {
 }
 
 } // namespace
+
+std::optional<ListQuery> listQuery(CtlContext& ctx, int positional, int* status) {
+    const QStringList wheres = ctx.args().options(QStringLiteral("--where"));
+    const auto columnsOption = ctx.args().option(QStringLiteral("--columns"));
+    *status = ExitUsage;
+    if (!ctx.positional(positional, positional))
+        return std::nullopt;
+    for (const QString& where : wheres)
+        if (where.indexOf('=') <= 0) {
+            ctx.usage(QStringLiteral("--where 应为 字段=值：%1").arg(where));
+            return std::nullopt;
+        }
+    if (columnsOption && columnsOption->split(',', Qt::SkipEmptyParts).isEmpty()) {
+        ctx.usage(QStringLiteral("--columns 需要字段名：%1").arg(*columnsOption));
+        return std::nullopt;
+    }
+    if ((*status = ctx.startSession()))
+        return std::nullopt;
+    *status = ExitUsage;
+    const list::BomList list(ctx.session());
+    QString error;
+    const auto columns =
+        list.viewColumns(columnsOption ? columnsOption->split(',', Qt::SkipEmptyParts)
+                                       : list::BomList::fixedParentColumns(),
+                         &error);
+    if (!columns) {
+        ctx.usage(error);
+        return std::nullopt;
+    }
+    db::SqlCondition filter;
+    for (const QString& where : wheres) {
+        const int eq = where.indexOf('=');
+        const auto condition = list.fieldFilter(where.left(eq), where.mid(eq + 1), &error);
+        if (!condition) {
+            ctx.usage(error);
+            return std::nullopt;
+        }
+        filter += db::sqlText(filter.isEmpty() ? QString() : QStringLiteral(" and ")) + *condition;
+    }
+    *status = ExitOk;
+    return ListQuery{*columns, list.fixedParentQuery(*columns, filter)};
+}
 
 std::vector<Command> bomCommands() {
     return {

@@ -23,6 +23,7 @@ std::vector<Command> cardToolCommands();
 std::vector<Command> listCommands();
 std::vector<Command> optionsCommands();
 std::vector<Command> printCommands();
+std::vector<Command> spreadsheetCommands();
 std::vector<Command> variantsCommands();
 
 } // namespace bom::app
