@@ -303,23 +303,19 @@ void BomRuns::recordUndo(qlonglong run) {
 
 void BomRuns::restore(qlonglong run) {
     db::Database& db = *session_.gConn;
-    // The (parent, component) pairs of every line the run made, changed or removed, as the
-    // lines are now and as they were, for the quantity totals.
-    const db::Rows pairs = db.query(
-        QStringLiteral("select cpspcode, cpscode from sys_bom_run_line where irunid=? union "
-                       "select cpspcode, cpscode from ProductStructures where autoid in (select "
+    // The parents of every line the run made, changed or removed, as the lines are now and as
+    // they were, for the quantity totals.
+    const db::Rows rows = db.query(
+        QStringLiteral("select cpspcode from sys_bom_run_line where irunid=? union "
+                       "select cpspcode from ProductStructures where autoid in (select "
                        "autoid from sys_bom_run_line where irunid=?) or autoid in (select autoid "
                        "from sys_bom_run_created where irunid=? and autoid is not null) or ipid "
                        "in (select iautoid from sys_bom_run_created where irunid=? and autoid is "
                        "null)"),
         {run, run, run, run});
-    QStringList parents, components;
-    for (std::size_t i = 0; i < pairs.size(); ++i) {
-        parents << pairs.text(i, "cpspcode");
-        components << pairs.text(i, "cpscode");
-    }
-    parents.removeDuplicates();
-    components.removeDuplicates();
+    QStringList parents;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        parents << rows.text(i, "cpspcode");
     // What the run made goes: its lines with their substitutes, and whole BOMs it created.
     db.exec(QStringLiteral("delete from ProstruOpt where AutoID in (select autoid from "
                            "sys_bom_run_created where irunid=? and autoid is not null)"),
@@ -372,7 +368,7 @@ void BomRuns::restore(qlonglong run) {
 
     // The totals are sums of the lines: worked out again for every pair the lines touched
     // before and after, which gives them back as they were when nothing else moved them.
-    BomSaver(session_).SaveQuantityTotals(parents, components);
+    BomSaver(session_).SaveQuantityTotals(parents);
 }
 
 } // namespace bom::bomservice

@@ -258,15 +258,20 @@ void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {
     db::Database& db = *session_.gConn;
     QStringList parents = parentCodes;
     parents.removeDuplicates();
-    for (const QString& parent : parents) {
-        if (parent.isEmpty())
-            continue;
-        db.exec(QStringLiteral("delete from ProductStructuresEx where cPSPCode=?"), {parent});
-        db.exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode,cPSCode,iPSQuantity) "
-                               "select cpspcode, cpscode, SUM(COALESCE(ipsquantity,0)) from "
-                               "ProductStructures where cpspcode=? group by cpspcode, cpscode"),
-                {parent});
-    }
+    parents.removeAll(QString());
+    if (parents.isEmpty())
+        return;
+    const db::SqlCondition gone =
+        db::sqlText(QStringLiteral("delete from ProductStructuresEx where ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("cPSPCode"), parents);
+    db.exec(gone.sql, gone.params);
+    const db::SqlCondition sums =
+        db::sqlText(QStringLiteral("insert into ProductStructuresEx(cPSPCode,cPSCode,iPSQuantity) "
+                                   "select cpspcode, cpscode, SUM(COALESCE(ipsquantity,0)) from "
+                                   "ProductStructures where ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("cpspcode"), parents) +
+        db::sqlText(QStringLiteral(" group by cpspcode, cpscode"));
+    db.exec(sums.sql, sums.params);
 }
 
 void BomSaver::SaveQuantityTotals(const QStringList& parentCodes,

@@ -34,7 +34,8 @@ public:
     void LinkLinesTo(const QStringList& headerIds);
     void SaveParentDepartment(const QString& parentCode, const QString& depCode);
     // Totals per (parent, component) are recomputed from the stored lines of the parents the
-    // save touched, so they always equal the sum over every BOM of the pair.
+    // save touched, so they always equal the sum over every BOM of the pair. Two statements
+    // however many parents there are.
     void SaveQuantityTotals(const QStringList& parentCodes);
     // The same for the pairs of `parentCodes` and `componentCodes` only, in two statements
     // however many parents there are: what a run over many BOMs with one component changes.

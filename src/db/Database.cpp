@@ -216,7 +216,7 @@ std::unique_ptr<Database::Run> Database::execute(const QString& sql, const Param
                 kept << text;
             for (const QString& text : kept)
                 forget(text);
-            columnTypes_.clear();
+            schema_ = {};
         }
         return std::make_unique<Run>(*this, nullptr, std::move(query));
     }
@@ -286,7 +286,14 @@ QVariant Database::insertReturning(const QString& sql, const Params& params) {
 }
 
 bool Database::relationExists(const QString& name) {
-    return scalar(dialect_->relationExistsSql(), {name}).toInt() > 0;
+    const QString key = name.toLower();
+    if (schema_.relations.contains(key))
+        return true;
+    // Only what exists is kept: a relation another session creates is found when it appears.
+    const bool exists = scalar(dialect_->relationExistsSql(), {name}).toInt() > 0;
+    if (exists)
+        schema_.relations.insert(key);
+    return exists;
 }
 
 QStringList Database::columnsOf(const QString& relation) {
@@ -298,18 +305,27 @@ QStringList Database::columnsOf(const QString& relation) {
 }
 
 QSqlRecord Database::recordOf(const QString& relation) {
+    const QString key = relation.toLower();
+    const auto known = schema_.records.constFind(key);
+    if (known != schema_.records.cend())
+        return *known;
     if (!isPlainIdentifier(relation) || !relationExists(relation))
         return {};
     // The name is spliced only after the schema confirmed it names a relation.
-    return execute(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation), {})
-        ->query()
-        .record();
+    const QSqlRecord record =
+        execute(QStringLiteral("SELECT * FROM %1 WHERE 1=0").arg(relation), {})->query().record();
+    schema_.records.insert(key, record);
+    return record;
 }
 
 QHash<QString, int> Database::textLimits(const QString& table) {
     static const QRegularExpression length(QStringLiteral("\\((\\d+)\\)"));
+    const QString key = table.toLower();
+    const auto known = schema_.textLimits.constFind(key);
+    if (known != schema_.textLimits.cend())
+        return *known;
     QHash<QString, int> limits;
-    const Rows columns = query(dialect_->textColumnsSql(), {table.toLower()});
+    const Rows columns = query(dialect_->textColumnsSql(), {key});
     for (std::size_t i = 0; i < columns.size(); ++i) {
         const int declared = columns.columns().contains(QStringLiteral("length"))
                                  ? columns.value(i, "length").toInt()
@@ -317,20 +333,22 @@ QHash<QString, int> Database::textLimits(const QString& table) {
         if (declared > 0)
             limits.insert(columns.text(i, "name").toLower(), declared);
     }
+    if (!columns.empty())
+        schema_.textLimits.insert(key, limits);
     return limits;
 }
 
 QHash<QString, QString> Database::columnTypes(const QString& table) {
     const QString key = table.toLower();
-    const auto known = columnTypes_.constFind(key);
-    if (known != columnTypes_.cend())
+    const auto known = schema_.columnTypes.constFind(key);
+    if (known != schema_.columnTypes.cend())
         return *known;
     QHash<QString, QString> types;
     const Rows columns = query(dialect_->columnTypesSql(), {key});
     for (std::size_t i = 0; i < columns.size(); ++i)
         types.insert(columns.text(i, "name").toLower(), columns.text(i, "type"));
     if (!types.isEmpty())
-        columnTypes_.insert(key, types);
+        schema_.columnTypes.insert(key, types);
     return types;
 }
 

@@ -5,6 +5,7 @@
 #include "Rows.h"
 
 #include <QHash>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -62,7 +63,8 @@ public:
     // Column names with the driver's value types of an existing table or view.
     QSqlRecord recordOf(const QString& relation);
     // The declared length of each length-limited text column of a table, by lower-case name.
-    // SQLite keeps longer texts without complaint, so callers check lengths themselves.
+    // SQLite keeps longer texts without complaint, so callers check lengths themselves. Like
+    // the other facts of the schema here, kept per connection until a schema change.
     QHash<QString, int> textLimits(const QString& table);
     // The SQL type of each column of a table, by lower-case name, as a cast names it. Kept per
     // connection until a schema change.
@@ -120,7 +122,14 @@ private:
     // one, so they go when the transaction has ended.
     std::vector<std::unique_ptr<Statement>> retired_;
     quint64 uses_ = 0;
-    QHash<QString, QHash<QString, QString>> columnTypes_;
+    // What this connection learnt of the schema; a schema change it makes forgets it.
+    struct SchemaFacts {
+        QSet<QString> relations;
+        QHash<QString, QSqlRecord> records;
+        QHash<QString, QHash<QString, int>> textLimits;
+        QHash<QString, QHash<QString, QString>> columnTypes;
+    };
+    SchemaFacts schema_;
 };
 
 } // namespace bom::db
