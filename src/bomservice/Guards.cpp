@@ -5,6 +5,7 @@
 #include "BomHistory.h"
 #include "BomSaver.h"
 #include "BomValidator.h"
+#include "LowLevelCodes.h"
 #include "ServiceTexts.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
@@ -119,6 +120,7 @@ bool BomGuards::RemoveStoredBom(const QString& headerId) {
     db.exec(QStringLiteral("delete from sys_attachment where lower(ccardnum)=? and ivoucherid=?"),
             {QLatin1String(kCardNumber), header.value(0, "ID")});
     BomSaver(session_).SaveQuantityTotals({header.text(0, "cpspcode")});
+    LowLevelCodes(db).Update({header.text(0, "cpspcode")});
     entry::BomVisibility(db).RefreshBoms({headerId});
     BomHistory(db).record(headerId, session_.gUserId,
                           {{BomHistory::kDeleted, {}, header.text(0, "cpspcode"), {}, {}}});
