@@ -5,11 +5,13 @@
 #include "BomSaver.h"
 #include "Guards.h"
 #include "LineDescriber.h"
+#include "LowLevelCodes.h"
 #include "db/BoundList.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomVisibility.h"
+#include "entry/Format.h"
 #include "entry/Session.h"
 #include "suite/Prompter.h"
 
@@ -262,9 +264,11 @@ void BomRuns::recordUndo(qlonglong run) {
         QString headerId;
         QString was;
         QString back;
+        QString row; // the line as it is now, whole
     };
     QHash<qlonglong, Pair> byLine;
     QList<qlonglong> order;
+    const RowSet nowRows = RowSet::fromRows(now);
     auto take = [&](const db::Rows& rows, bool current) {
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const qlonglong line = rows.value(i, "autoid").toLongLong();
@@ -273,6 +277,8 @@ void BomRuns::recordUndo(qlonglong run) {
             Pair& pair = byLine[line];
             pair.headerId = rows.text(i, "ipid");
             (current ? pair.was : pair.back) = describer.describe(rows, rows.at(i));
+            if (current)
+                pair.row = BomHistory::rowText(nowRows, int(i));
         }
     };
     take(now, true);
@@ -282,9 +288,42 @@ void BomRuns::recordUndo(qlonglong run) {
         const Pair& pair = byLine[line];
         changes.push_back({pair.headerId,
                            {QLatin1String(BomHistory::kRunUndone), QString(), pair.was, pair.back,
-                            QString::number(line)}});
+                            QString::number(line), pair.row}});
     }
+    recordHeadersUndone(run, changes);
     BomHistory(db).record(changes, session_.gUserId, run);
+}
+
+void BomRuns::recordHeadersUndone(qlonglong run, std::vector<BomHistory::BomChange>& changes) {
+    db::Database& db = *session_.gConn;
+    const db::Rows back =
+        db.query(QStringLiteral("select * from sys_bom_run_header where irunid=?"), {run});
+    if (back.empty())
+        return;
+    const db::Rows now =
+        db.query(QStringLiteral("select * from ProductStructure where iautoid in (select iautoid "
+                                "from sys_bom_run_header where irunid=?)"),
+                 {run});
+    QHash<QString, std::size_t> nowAt;
+    for (std::size_t i = 0; i < now.size(); ++i)
+        nowAt.insert(now.text(i, "iautoid"), i);
+    // Each header field the undo puts back, as it is now and as it was.
+    for (std::size_t i = 0; i < back.size(); ++i) {
+        const QString id = back.text(i, "iautoid");
+        const auto found = nowAt.constFind(id);
+        if (found == nowAt.constEnd())
+            continue;
+        for (const QString& column : now.columns()) {
+            const QString field = column.toLower();
+            if (field == QLatin1String("qzts") || field == QLatin1String("id"))
+                continue;
+            const QString was = entry::StoredText(now.value(*found, column));
+            const QString before = entry::StoredText(back.value(i, column));
+            if (was != before)
+                changes.push_back(
+                    {id, {QLatin1String(BomHistory::kRunUndone), field, was, before, QString()}});
+        }
+    }
 }
 
 void BomRuns::restore(qlonglong run) {
@@ -357,6 +396,7 @@ void BomRuns::restore(qlonglong run) {
     // The totals are sums of the lines: worked out again for every pair the lines touched
     // before and after, which gives them back as they were when nothing else moved them.
     BomSaver(session_).SaveQuantityTotals(parents, components);
+    LowLevelCodes(db).Update(parents, components);
 }
 
 } // namespace bom::bomservice
