@@ -23,5 +23,6 @@ std::vector<Command> cardToolCommands();
 std::vector<Command> listCommands();
 std::vector<Command> optionsCommands();
 std::vector<Command> printCommands();
+std::vector<Command> structureCommands();
 
 } // namespace bom::app
