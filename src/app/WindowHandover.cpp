@@ -5,6 +5,7 @@
 #include "batch/BatchTexts.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
+#include "structure/StructureWindow.h"
 
 namespace bom::app {
 
@@ -35,6 +36,10 @@ void WindowHandover::openBatch(const QString& operation, const std::vector<list:
 
 void WindowHandover::openBatchRuns() {
     batch::BatchRunsDialog(session(), list()).exec();
+}
+
+void WindowHandover::openStructure(const QString& headerId) {
+    structure::StructureWindow::open(session(), headerId, list());
 }
 
 } // namespace bom::app

@@ -20,11 +20,8 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
+[[maybe_unused]] const auto* const gui =
+    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
 
 const QString kBk200 = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}");
 const QString kBk200Order = QStringLiteral("{090D4316-FD7F-5F3D-AD91-F241FEFD8DF6}");
@@ -47,23 +44,10 @@ void click(QWidget* parent, const char* button) {
 
 class BatchWindowTest : public test::DemoListWindowTest {
 protected:
-    BatchWindowTest()
-        : DemoListWindowTest(list::ProductListWindowFactory{
-              [](entry::Session& session, list::ProductListWindow& w) {
-                  return std::make_unique<app::WindowHandover>(session, &w);
-              }}) {}
+    BatchWindowTest() : DemoListWindowTest(withEveryWindow()) {}
     void SetUp() override {
         DemoListWindowTest::SetUp();
         ASSERT_TRUE(open());
-    }
-    entry::Session& session() { return ui.product().session(); }
-    int parentRow(const QString& id) {
-        list::PagedQueryModel& model = window()->parentModel();
-        model.fetchAll();
-        for (int row = 0; row < model.rowCount(); ++row)
-            if (model.value(row, QStringLiteral("iautoid")).toString() == id)
-                return row;
-        return -1;
     }
     QStringList wasteRates(const QString& component) {
         const db::Rows rows = db->query(QStringLiteral("SELECT COALESCE(iwasterate,0) FROM "

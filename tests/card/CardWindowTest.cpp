@@ -38,11 +38,8 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
+[[maybe_unused]] const auto* const gui =
+    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
 
 const QString kMountainBike = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}"); // BK200
 const QString kFrame = QStringLiteral("{68A4B30F-4353-573A-8925-97479D304B80}");        // FR100
@@ -132,11 +129,12 @@ TEST_P(CardWindowTest, ToolbarTitlesAndTemplatesAsTheCardDefinesThem) {
     }
     EXPECT_EQ(keys.join(','), QStringLiteral("Print,Preview,Output,tbl1,Add,Modify,Erase,tlbOpt,"
                                              "Copy,Save,Cancel,AddRow,DelRow,Picture,cInvcode,"
-                                             "tbl2,Appedix,RowLoc,Log,Paint,ToFirst,ToPrevious,"
+                                             "tbl2,Appedix,RowLoc,Log,Structure,Paint,ToFirst,"
+                                             "ToPrevious,"
                                              "ToNext,ToLast,Help,Exit"));
     EXPECT_EQ(captions.join(' '),
               QStringLiteral("打印 预览 输出 | 增加 修改 删除 替代 复制 保存 放弃 "
-                             "增行 删行 图片 存货 | 附件 定位 日志 刷新 首张 上张 "
+                             "增行 删行 图片 存货 | 附件 定位 日志 结构 刷新 首张 上张 "
                              "下张 末张 帮助 退出"));
     EXPECT_EQ(w->windowTitle(), QStringLiteral("物料清单维护"));
     EXPECT_EQ(w->titleLabel()->text(), QStringLiteral("物料清单"));
@@ -242,7 +240,7 @@ TEST_P(CardWindowTest, RefusedEntryKeepsItsOldValueAndTheFocus) {
 
 TEST_P(CardWindowTest, SubstitutesCardSavesAndTheCardStillSavesAfterIt) {
     auto w = open(kFrame);
-    prompter().queueAnswer(Answer::Yes); // the frame is a shared part: modify it all the same
+    prompter().queueAnswer(Answer::Yes);  // the frame is a shared part: modify it all the same
     press(w->view()->body(), Qt::Key_F8); // the BOM card in edit while its substitutes change
     ASSERT_EQ(w->document().VoucherStatus(), 1) << prompter().texts().join('|').toStdString();
     int tube = -1;

@@ -51,12 +51,8 @@ using namespace bom;
 
 namespace {
 
-// Window tests need a QApplication before any account makes a plain QCoreApplication.
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { test::ensureGuiApplication(); }
-};
-[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
+[[maybe_unused]] const auto* const gui =
+    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
 
 using test::modalOpenedBy;
 using test::press;

@@ -1,5 +1,8 @@
 #include "ListWindowSession.h"
 
+#include "app/WindowHandover.h"
+#include "list/PagedQueryModel.h"
+
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
@@ -19,6 +22,21 @@ list::ProductListWindow* ListWindowSession::open(const QString& url, const QStri
 list::ProductListWindow* ListWindowSession::window() const {
     return product_ ? dynamic_cast<list::ProductListWindow*>(product_->session().gListForm)
                     : nullptr;
+}
+
+int DemoListWindowTest::parentRow(const QString& id) {
+    list::PagedQueryModel& model = window()->parentModel();
+    model.fetchAll();
+    for (int row = 0; row < model.rowCount(); ++row)
+        if (model.value(row, QStringLiteral("iautoid")).toString() == id)
+            return row;
+    return -1;
+}
+
+list::ProductListWindowFactory DemoListWindowTest::withEveryWindow() {
+    return list::ProductListWindowFactory{[](entry::Session& session, list::ProductListWindow& w) {
+        return std::make_unique<app::WindowHandover>(session, &w);
+    }};
 }
 
 void ListWindowSession::close() {

@@ -55,6 +55,11 @@ protected:
         return ui.open(account->url(), user);
     }
     list::ProductListWindow* window() { return ui.window(); }
+    entry::Session& session() { return ui.product().session(); }
+    // The row of the BOM `id` in the parent list (read to its end), or -1.
+    int parentRow(const QString& id);
+    // The list as the program opens it, handing over to every window of the module.
+    static list::ProductListWindowFactory withEveryWindow();
 
     std::unique_ptr<db::Database> db;
     ListWindowSession ui;

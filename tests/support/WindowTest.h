@@ -3,6 +3,7 @@
 #include <QString>
 #include <Qt>
 #include <functional>
+#include <gtest/gtest.h>
 
 class QWidget;
 
@@ -11,6 +12,13 @@ namespace bom::test {
 // A QApplication on the offscreen platform (unless another is asked for), made before any
 // account makes a plain QCoreApplication; what the windows remember goes to a temporary folder.
 void ensureGuiApplication();
+
+// Registered by every window test program: the QApplication comes before any account makes a
+// plain QCoreApplication.
+class GuiEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { ensureGuiApplication(); }
+};
 
 // Runs `action` and names the first modal dialog it opened (closing it again), or "".
 QString modalOpenedBy(const std::function<void()>& action);

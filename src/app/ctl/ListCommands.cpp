@@ -37,6 +37,7 @@ public:
                    const std::vector<ListRow>&) override {}
     void openColourSize(const QString&, const ListRow&) override {}
     void openBatchRuns() override {}
+    void openStructure(const QString&) override {}
 };
 
 std::vector<ListRow> rowsOf(db::Database& db, const db::SqlCondition& sql) {
