@@ -32,6 +32,7 @@ run "$bin/save_bench" "$url"
 run "$bin/validate_bench" "$url"
 run "$bin/cycle_bench" "$url"
 run "$bin/tree_bench" "$url"
+run "$bin/structure_bench" "$url"
 run "$bin/batch_bench" "$url"
 run "$bin/card_open_bench" "$url"
 run "$bin/list_auth_bench" "$url" 100000

@@ -25,8 +25,8 @@ const QStringList& BomLinks::lineColumns() {
     return columns;
 }
 
-BomLinks::BomLinks(entry::Session& session, Rule rule, QString columns, bool leaves)
-    : session_(session), rule_(rule), columns_(std::move(columns)), leaves_(leaves) {}
+BomLinks::BomLinks(entry::Session& session, Rule rule, QString columns, int options)
+    : session_(session), rule_(rule), columns_(std::move(columns)), options_(options) {}
 
 db::SqlCondition BomLinks::childOf(const QString& line) const {
     const db::SqlCondition visible = BomAccess(session_).VisibleOnly(QStringLiteral("c"));
@@ -37,21 +37,21 @@ db::SqlCondition BomLinks::childOf(const QString& line) const {
         visible + db::sqlText(QStringLiteral(")"));
     if (rule_ == Rule::ChildGuid)
         return byGuid;
-    // Identity and default are each one BOM by the identity rule; the order only makes old
+    // Identity and default are each one BOM by the identity rule; the least id only makes old
     // data that breaks it answer the same every time.
     return db::sqlText(QStringLiteral("COALESCE(")) + byGuid +
-           db::sqlText(QStringLiteral(", (select c.iautoid from ProductStructure c where ") +
+           db::sqlText(QStringLiteral(", (select min(c.iautoid) from ProductStructure c where ") +
                        entry::BomIdentity::headerMatchesLine(QStringLiteral("c"), line)) +
            visible +
-           db::sqlText(QStringLiteral(" order by c.iautoid LIMIT 1), (select c.iautoid from "
-                                      "ProductStructure c where c.cpspcode=%1.cpscode and ")
+           db::sqlText(QStringLiteral("), (select min(c.iautoid) from ProductStructure c where "
+                                      "c.cpspcode=%1.cpscode and ")
                            .arg(line) +
                        entry::BomIdentity::isDefaultBom(QStringLiteral("c"))) +
-           visible + db::sqlText(QStringLiteral(" order by c.iautoid LIMIT 1))"));
+           visible + db::sqlText(QStringLiteral("))"));
 }
 
-db::Rows BomLinks::read(const db::SqlCondition& source, const db::SqlCondition& where,
-                        bool visibleParent) const {
+db::SqlCondition BomLinks::statement(const db::SqlCondition& source, const db::SqlCondition& where,
+                                     bool visibleParent) const {
     QStringList lineColumnsOfL;
     for (const QString& column : lineColumns())
         lineColumnsOfL << QStringLiteral("l.") + column;
@@ -65,26 +65,49 @@ db::Rows BomLinks::read(const db::SqlCondition& source, const db::SqlCondition& 
                                    "Inventory i on i.cInvCode=l.cpscode where 1=1"));
     if (visibleParent)
         sql += BomAccess(session_).VisibleOnly(QStringLiteral("p"));
-    if (!leaves_)
+    if (!(options_ & Leaves))
         sql += db::sqlText(QStringLiteral(" and l.childid is not null"));
-    sql += where + db::sqlText(QStringLiteral(" order by l.autoid"));
+    sql += where;
+    if (options_ & LineOrder)
+        sql += db::sqlText(QStringLiteral(" order by l.autoid"));
+    return sql;
+}
+
+db::Rows BomLinks::read(const db::SqlCondition& source, const db::SqlCondition& where,
+                        bool visibleParent) const {
+    const db::SqlCondition sql = statement(source, where, visibleParent);
     return session_.gConn->query(sql.sql, sql.params);
 }
 
-db::Rows BomLinks::linesOf(const QStringList& headerIds) const {
+void BomLinks::streamLinesOf(const QStringList& headerIds,
+                             const std::function<void(const QStringList&)>& onColumns,
+                             const std::function<void(QVariantList&&)>& onLine) const {
     db::Database& db = *session_.gConn;
-    db::Rows out;
     for (qsizetype start = 0; start < headerIds.size(); start += kBomsPerQuery) {
-        const db::Rows rows = read(db::sqlText(QStringLiteral("ProductStructures l where ")) +
-                                       db::BoundList::in(db.dialect(), QStringLiteral("l.ipid"),
-                                                         headerIds.mid(start, kBomsPerQuery)),
-                                   {}, false);
-        if (start == 0)
-            out = rows;
-        else
-            for (std::size_t i = 0; i < rows.size(); ++i)
-                out.append(rows.at(i));
+        const db::SqlCondition sql =
+            statement(db::sqlText(QStringLiteral("ProductStructures l where ")) +
+                          db::BoundList::in(db.dialect(), QStringLiteral("l.ipid"),
+                                            headerIds.mid(start, kBomsPerQuery)),
+                      {}, false);
+        db.stream(sql.sql, sql.params, onColumns, onLine);
     }
+}
+
+void BomLinks::eachLineOf(const QStringList& headerIds,
+                          const std::function<void(QVariantList&&)>& onLine) const {
+    streamLinesOf(
+        headerIds, [](const QStringList&) {}, onLine);
+}
+
+db::Rows BomLinks::linesOf(const QStringList& headerIds) const {
+    db::Rows out;
+    streamLinesOf(
+        headerIds,
+        [&](const QStringList& columns) {
+            if (out.columns().isEmpty())
+                out = db::Rows(columns);
+        },
+        [&](QVariantList&& row) { out.append(std::move(row)); });
     return out;
 }
 

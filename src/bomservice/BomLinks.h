@@ -6,6 +6,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 
 namespace bom::entry {
 class Session;
@@ -29,14 +30,20 @@ public:
     // The line columns a select list may read as l.<column>, and that lines given as rows carry.
     static const QStringList& lineColumns();
 
+    // What an answer holds: leaves (lines that lead to no BOM) too, and lines in line order
+    // (autoid), which a whole account's lines are better read without.
+    enum Option { Leaves = 1, LineOrder = 2 };
+
     // `columns`: what the caller reads, over l (the line), i (its component's item), p (the BOM
     // the line belongs to) and h (the BOM below, null for a leaf). Every answer starts with the
     // columns "ipid" (the line's BOM) and "childid" (the BOM below, null for a leaf), then these.
-    // `leaves` false: only lines that lead to a BOM.
-    BomLinks(entry::Session& session, Rule rule, QString columns, bool leaves = true);
+    BomLinks(entry::Session& session, Rule rule, QString columns, int options = Leaves | LineOrder);
 
-    // The lines of these BOMs, in line order (autoid). Throws db::DbError.
+    // The lines of these BOMs. Throws db::DbError.
     db::Rows linesOf(const QStringList& headerIds) const;
+    // The same handed over as they arrive, for more lines than are worth holding at once.
+    void eachLineOf(const QStringList& headerIds,
+                    const std::function<void(QVariantList&&)>& onLine) const;
     // The same over lines given rather than stored (a BOM as it once was), carrying lineColumns().
     db::Rows linesOf(const RowSet& lines) const;
     // Lines of BOMs the operator may see whose component is one of `codes`.
@@ -49,13 +56,19 @@ private:
     // The BOM the line `line` leads to, as an SQL expression.
     db::SqlCondition childOf(const QString& line) const;
     // `source` is a relation with the line columns, aliased l; `where` filters the lines found.
+    db::SqlCondition statement(const db::SqlCondition& source, const db::SqlCondition& where,
+                               bool visibleParent) const;
     db::Rows read(const db::SqlCondition& source, const db::SqlCondition& where,
                   bool visibleParent) const;
+    // The lines of these BOMs, a query per few thousand of them.
+    void streamLinesOf(const QStringList& headerIds,
+                       const std::function<void(const QStringList&)>& onColumns,
+                       const std::function<void(QVariantList&&)>& onLine) const;
 
     entry::Session& session_;
     Rule rule_;
     QString columns_;
-    bool leaves_;
+    int options_;
 };
 
 } // namespace bom::bomservice

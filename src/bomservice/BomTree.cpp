@@ -21,7 +21,7 @@ BomTreeNode nodeOf(const db::Rows& rows, std::size_t row, int level, int parent)
 } // namespace
 
 BomWalk BomTree::walk() const {
-    return BomWalk(BomLinks(session_, BomLinks::Rule::ChildGuid, kColumns, false));
+    return BomWalk(BomLinks(session_, BomLinks::Rule::ChildGuid, kColumns, BomLinks::LineOrder));
 }
 
 db::Rows BomTree::root(const QString& headerId) const {

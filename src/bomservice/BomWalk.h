@@ -20,8 +20,8 @@ struct BomWalkNode {
     Below below = Below::Nothing;
 };
 
-// The one walk down a structure, level by level: every BOM of a level is read in one query
-// (BomLinks), and a BOM met under several parents is read once and shown under each.
+// The one walk down a structure, level by level: the BOMs a level meets are read in one query
+// (BomLinks), each BOM once however many parents it has, and then shown under each of them.
 class BomWalk {
 public:
     struct Result {
@@ -41,8 +41,10 @@ public:
     const BomLinks& links() const { return links_; }
 
 private:
-    static std::vector<BomWalkNode> preOrder(const std::vector<BomWalkNode>& built,
-                                             const std::vector<std::vector<int>>& children);
+    // The nodes in display order: each BOM's lines (positions in the lines read) with the BOM
+    // each line leads to (`below`, -1 for none), walked down from BOM 0.
+    static std::vector<BomWalkNode> preOrder(const std::vector<std::vector<std::size_t>>& linesOf,
+                                             const std::vector<int>& below, int levels);
 
     BomLinks links_;
 };

@@ -19,15 +19,16 @@ using Change = CompareDiff::Change;
 
 // Each row's way down from the top: the lines' identities, so two lines of one item with other
 // sales orders or free items stay apart.
-std::vector<QString> keysOf(const std::vector<ExplosionRow>& rows) {
+std::vector<QString> keysOf(const ExplosionResult& result) {
     std::vector<QString> keys;
-    keys.reserve(rows.size());
+    keys.reserve(result.rows.size());
     QHash<QString, int> seen;
-    for (const ExplosionRow& row : rows) {
+    for (const ExplosionRow& row : result.rows) {
+        const ExplosionLine& line = result.lineOf(row);
         QString key = row.parent < 0 ? QString() : keys[std::size_t(row.parent)] + QLatin1Char('/');
-        key += row.variant.isEmpty()
-                   ? row.cinvcode
-                   : row.cinvcode + QLatin1Char('[') + row.variant + QLatin1Char(']');
+        key += line.variant.isEmpty()
+                   ? line.cinvcode
+                   : line.cinvcode + QLatin1Char('[') + line.variant + QLatin1Char(']');
         // Old data may hold one identity twice in a BOM: the second keeps its own place.
         if (const int n = seen[key]++; n > 0)
             key += QStringLiteral("#%1").arg(n + 1);
@@ -36,14 +37,17 @@ std::vector<QString> keysOf(const std::vector<ExplosionRow>& rows) {
     return keys;
 }
 
-std::vector<CompareDiff::Field> fieldsOf(const ExplosionRow& row, bool exploded) {
-    std::vector<CompareDiff::Field> fields{{QStringLiteral("qty"), row.qty, {}},
-                                           {QStringLiteral("ipsquantity"), row.numerator, {}},
-                                           {QStringLiteral("tdqtyd"), row.denominator, {}},
-                                           {QStringLiteral("iwasterate"), row.wasteRate, {}},
-                                           {QStringLiteral("cwhcode"), row.cwhcode, {}},
-                                           {QStringLiteral("wiptype"), row.wiptype, {}},
-                                           {QStringLiteral("fbzdj"), row.price, {}},
+std::vector<CompareDiff::Field> fieldsOf(const ExplosionResult& result, std::size_t at,
+                                         bool exploded) {
+    const ExplosionRow& row = result.rows[at];
+    const ExplosionLine& line = result.lineOf(row);
+    std::vector<CompareDiff::Field> fields{{QStringLiteral("qty"), line.qty, {}},
+                                           {QStringLiteral("ipsquantity"), line.numerator, {}},
+                                           {QStringLiteral("tdqtyd"), line.denominator, {}},
+                                           {QStringLiteral("iwasterate"), line.wasteRate, {}},
+                                           {QStringLiteral("cwhcode"), line.cwhcode, {}},
+                                           {QStringLiteral("wiptype"), line.wiptype, {}},
+                                           {QStringLiteral("fbzdj"), line.price, {}},
                                            {QStringLiteral("cost"), row.cost, {}}};
     if (exploded)
         fields.push_back({QStringLiteral("cum_qty"), row.cumQty, {}});
@@ -71,8 +75,8 @@ CompareResult BomCompare::Compare(const bomservice::BomCard& a, const bomservice
     const ExplosionResult first = explosion.Explode(a, 0);
     const ExplosionResult second = explosion.Explode(b, 0);
     CompareResult result{{}, first.material(), second.material(), first.total(), second.total()};
-    const std::vector<QString> firstKeys = keysOf(first.rows);
-    const std::vector<QString> secondKeys = keysOf(second.rows);
+    const std::vector<QString> firstKeys = keysOf(first);
+    const std::vector<QString> secondKeys = keysOf(second);
     QHash<QString, std::size_t> inSecond;
     for (std::size_t i = 0; i < second.rows.size(); ++i)
         if (exploded || second.rows[i].level == 1)
@@ -84,22 +88,24 @@ CompareResult BomCompare::Compare(const bomservice::BomCard& a, const bomservice
             continue;
         const auto other = inSecond.constFind(firstKeys[i]);
         if (other == inSecond.constEnd()) {
-            result.diff.push_back({firstKeys[i], row.cinvcode, Change::Removed, {}});
+            result.diff.push_back({firstKeys[i], first.lineOf(row).cinvcode, Change::Removed, {}});
             continue;
         }
         paired.insert(firstKeys[i]);
-        std::vector<CompareDiff::Field> fields = fieldsOf(row, exploded);
-        const std::vector<CompareDiff::Field> theirs = fieldsOf(second.rows[*other], exploded);
+        const std::vector<CompareDiff::Field> fields = fieldsOf(first, i, exploded);
+        const std::vector<CompareDiff::Field> theirs = fieldsOf(second, *other, exploded);
         std::vector<CompareDiff::Field> differing;
         for (std::size_t f = 0; f < fields.size(); ++f)
             if (!same(fields[f].a, theirs[f].a))
                 differing.push_back({fields[f].name, fields[f].a, theirs[f].a});
         if (!differing.empty())
-            result.diff.push_back({firstKeys[i], row.cinvcode, Change::Changed, differing});
+            result.diff.push_back(
+                {firstKeys[i], first.lineOf(row).cinvcode, Change::Changed, differing});
     }
     for (std::size_t i = 0; i < second.rows.size(); ++i)
         if ((exploded || second.rows[i].level == 1) && !paired.contains(secondKeys[i]))
-            result.diff.push_back({secondKeys[i], second.rows[i].cinvcode, Change::Added, {}});
+            result.diff.push_back(
+                {secondKeys[i], second.lineOf(second.rows[i]).cinvcode, Change::Added, {}});
     return result;
 }
 

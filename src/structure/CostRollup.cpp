@@ -20,12 +20,14 @@
 namespace bom::structure {
 namespace {
 
+// In this order (workOut reads them by position).
 const QString kLineColumns =
     QStringLiteral("l.ipsquantity AS ipsquantity, l.tdqtyd AS tdqtyd, l.iwasterate AS "
-                   "iwasterate, l.fbzdj AS fbzdj, i.iInvRCost AS refcost, h.fbzcb AS storedcost");
+                   "iwasterate, l.fbzdj AS fbzdj, i.iInvRCost AS refcost");
 
 bomservice::BomLinks costLinks(entry::Session& session) {
-    return bomservice::BomLinks(session, bomservice::BomLinks::Rule::Full, kLineColumns);
+    return bomservice::BomLinks(session, bomservice::BomLinks::Rule::Full, kLineColumns,
+                                bomservice::BomLinks::Leaves);
 }
 
 bool byLevelAndCode(const CostRow& a, const CostRow& b) {
@@ -69,46 +71,53 @@ std::vector<CostRow> CostRollup::headers(const QStringList* ids) {
     return out;
 }
 
-CostRollup::Lines CostRollup::linesOf(const db::Rows& rows) {
-    Lines out;
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        out[rows.text(i, "ipid")].push_back(
-            {StructureRules::quantityPer(rows.value(i, "ipsquantity"), rows.value(i, "tdqtyd"),
-                                         rows.value(i, "iwasterate")),
-             StructureRules::leafPrice(rows.value(i, "fbzdj"), rows.value(i, "refcost")),
-             rows.text(i, "childid"), rows.value(i, "storedcost").toDouble()});
-    return out;
-}
-
 void CostRollup::workOut(std::vector<CostRow>& rows, const LineSource& source) {
     const int digits = session_.gPriceDigits;
-    // Row positions by level, deepest first.
-    std::map<int, std::vector<std::size_t>, std::greater<>> byLevel;
+    QHash<QString, int> position;
+    position.reserve(qsizetype(rows.size()));
     for (std::size_t i = 0; i < rows.size(); ++i)
-        byLevel[rows[i].level].push_back(i);
-    QHash<QString, double> done; // the standard cost of each BOM worked out so far
+        position.insert(rows[i].iautoid, int(i));
+    // Row positions by level, deepest first.
+    std::map<int, std::vector<int>, std::greater<>> byLevel;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        byLevel[rows[i].level].push_back(int(i));
+    std::vector<std::vector<Line>> lines(rows.size());
+    std::vector<char> done(rows.size(), 0);
     for (const auto& [level, positions] : byLevel) {
         QStringList ids;
-        for (std::size_t at : positions)
-            ids << rows[at].iautoid;
-        const Lines lines = source(ids);
-        for (std::size_t at : positions) {
-            CostRow& row = rows[at];
+        for (int at : positions)
+            ids << rows[std::size_t(at)].iautoid;
+        // Columns as kLineColumns reads them, after the line's BOM and the BOM below.
+        enum { Bom, Below, Numerator, Denominator, Waste, Price, Reference };
+        source(ids, [&](QVariantList&& line) {
+            const int at = position.value(line.at(Bom).toString(), -1);
+            if (at >= 0 && rows[std::size_t(at)].level == level)
+                lines[std::size_t(at)].push_back(
+                    {StructureRules::quantityPer(line.at(Numerator), line.at(Denominator),
+                                                 line.at(Waste)),
+                     StructureRules::leafPrice(line.at(Price), line.at(Reference)),
+                     line.at(Below).isNull() ? -1 : position.value(line.at(Below).toString(), -1)});
+        });
+        for (int at : positions) {
+            CostRow& row = rows[std::size_t(at)];
             double material = 0;
-            for (const Line& line : lines.value(row.iautoid)) {
+            for (const Line& line : lines[std::size_t(at)]) {
                 double price = line.leafPrice;
-                if (!line.below.isEmpty()) {
-                    const auto below = done.constFind(line.below);
-                    row.loop = row.loop || below == done.constEnd();
-                    price = below != done.constEnd() ? *below : line.belowStored;
+                if (line.below >= 0) {
+                    // Not worked out yet only where stored data loops: priced as stored.
+                    const CostRow& below = rows[std::size_t(line.below)];
+                    const bool ready = done[std::size_t(line.below)];
+                    row.loop = row.loop || !ready;
+                    price = ready ? below.total : below.storedTotal.toDouble();
                 }
                 material += line.qty * price;
             }
+            lines[std::size_t(at)] = {};
             row.material = StructureRules::rounded(material, digits);
             row.total = StructureRules::rounded(material + row.labour + row.overhead, digits);
             row.differs = StructureRules::differs(row.storedMaterial, row.material, digits) ||
                           StructureRules::differs(row.storedTotal, row.total, digits);
-            done.insert(row.iautoid, row.total);
+            done[std::size_t(at)] = 1;
         }
     }
 }
@@ -118,9 +127,11 @@ std::vector<CostRow> CostRollup::Compute(const QString& headerId) {
         return {};
     db::Rows read;
     const QStringList ids = bomservice::BomWalk(costLinks(session_)).reachable(headerId, &read);
-    const Lines lines = linesOf(read);
     std::vector<CostRow> rows = headers(&ids);
-    workOut(rows, [&](const QStringList&) { return lines; });
+    workOut(rows, [&](const QStringList&, const std::function<void(QVariantList &&)>& onLine) {
+        for (std::size_t i = 0; i < read.size(); ++i)
+            onLine(QVariantList(read.at(i)));
+    });
     // The BOM asked about first.
     std::stable_partition(rows.begin(), rows.end(),
                           [&](const CostRow& row) { return row.iautoid == headerId; });
@@ -130,7 +141,9 @@ std::vector<CostRow> CostRollup::Compute(const QString& headerId) {
 std::vector<CostRow> CostRollup::ComputeAll() {
     const bomservice::BomLinks links = costLinks(session_);
     std::vector<CostRow> rows = headers(nullptr);
-    workOut(rows, [&](const QStringList& ids) { return linesOf(links.linesOf(ids)); });
+    workOut(rows, [&](const QStringList& ids, const std::function<void(QVariantList &&)>& onLine) {
+        links.eachLineOf(ids, onLine);
+    });
     return rows;
 }
 

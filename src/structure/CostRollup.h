@@ -1,9 +1,7 @@
 #pragma once
 
-#include "db/Rows.h"
 #include "entry/TableExport.h"
 
-#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -65,21 +63,20 @@ public:
     static entry::ExportTable table(const std::vector<CostRow>& rows);
 
 private:
-    // A line as its BOM's cost needs it.
+    // A line as its BOM's cost needs it: quantity per unit, the price a leaf takes, and the BOM
+    // it leads to (a position in the rows; -1 for a leaf).
     struct Line {
         double qty = 0;
         double leafPrice = 0;
-        QString below; // the BOM it leads to; empty for a leaf
-        double belowStored = 0;
+        int below = -1;
     };
-    using Lines = QHash<QString, std::vector<Line>>; // by BOM
-    // The lines of these BOMs, each with what it costs.
-    using LineSource = std::function<Lines(const QStringList& headerIds)>;
+    // Hands each line of these BOMs, as BomLinks answers it with kLineColumns, to `onLine`.
+    using LineSource = std::function<void(const QStringList& headerIds,
+                                          const std::function<void(QVariantList&&)>& onLine)>;
 
     // The BOMs' headers (all the operator sees when `ids` is null) with their levels.
     std::vector<CostRow> headers(const QStringList* ids);
-    static Lines linesOf(const db::Rows& rows);
-    // Works out every row, deepest level first, its lines read level by level from `source`.
+    // Works out every row, deepest level first, the lines of a level read from `source`.
     void workOut(std::vector<CostRow>& rows, const LineSource& source);
 
     entry::Session& session_;

@@ -28,46 +28,39 @@ QString columns() {
                "COALESCE(h.fbzrgcb,0) + COALESCE(h.fbzzfy,0) AS added, h.fbzcb AS storedcost");
 }
 
-QString variantOf(const db::Rows& lines, std::size_t row) {
-    QStringList parts{lines.text(row, QStringLiteral("csocode")).trimmed()};
-    for (int i = 1; i <= 10; ++i)
-        parts << lines.text(row, QStringLiteral("cfree%1").arg(i)).trimmed();
+// Where each column stands in the walk's answer, found once.
+struct Columns {
+    explicit Columns(const db::Rows& rows) {
+        for (const char* name : {"autoid", "ipid", "childid", "cpscode", "csocode", "cinvname",
+                                 "cinvstd", "cunit", "cwhcode", "cwhname", "wiptext", "ipsquantity",
+                                 "tdqtyd", "iwasterate", "fbzdj", "refcost", "storedcost", "added"})
+            at.insert(QLatin1String(name), rows.columnIndex(QLatin1String(name)));
+        for (int i = 1; i <= 10; ++i)
+            free.push_back(rows.columnIndex(QStringLiteral("cfree%1").arg(i)));
+    }
+    int operator[](const char* name) const { return at.value(QLatin1String(name)); }
+    QHash<QString, int> at;
+    std::vector<int> free;
+};
+
+QString variantOf(const QVariantList& line, const Columns& c) {
+    QStringList parts{line.value(c["csocode"]).toString().trimmed()};
+    for (int column : c.free)
+        parts << line.value(column).toString().trimmed();
     while (!parts.isEmpty() && parts.last().isEmpty())
         parts.removeLast();
     return parts.join(QLatin1Char(','));
 }
 
-ExplosionRow rowOf(const db::Rows& lines, const bomservice::BomWalkNode& node) {
-    const std::size_t at = node.line;
-    ExplosionRow row;
-    row.level = node.level;
-    row.parent = node.parent;
-    row.below = node.below;
-    row.autoid = lines.value(at, QStringLiteral("autoid")).toLongLong();
-    row.bomId = lines.text(at, QStringLiteral("ipid"));
-    row.iautoid = lines.text(at, QStringLiteral("childid"));
-    row.cinvcode = lines.text(at, QStringLiteral("cpscode"));
-    row.variant = variantOf(lines, at);
-    row.cinvname = lines.text(at, QStringLiteral("cinvname"));
-    row.cinvstd = lines.text(at, QStringLiteral("cinvstd"));
-    row.cunit = lines.text(at, QStringLiteral("cunit"));
-    row.cwhcode = lines.text(at, QStringLiteral("cwhcode"));
-    row.cwhname = lines.text(at, QStringLiteral("cwhname"));
-    row.wiptype = lines.text(at, QStringLiteral("wiptext"));
-    const QVariant numerator = lines.value(at, QStringLiteral("ipsquantity"));
-    const QVariant denominator = lines.value(at, QStringLiteral("tdqtyd"));
-    const QVariant waste = lines.value(at, QStringLiteral("iwasterate"));
-    row.numerator = numerator.toDouble();
-    row.denominator = denominator.isNull() ? 1 : denominator.toDouble();
-    row.wasteRate = waste.toDouble();
-    // Untyped when missing: a driver may type its null as a number that reads as 0.
-    const QVariant price = lines.value(at, QStringLiteral("fbzdj"));
-    row.price = price.isNull() ? QVariant() : price;
-    row.qty = StructureRules::quantityPer(numerator, denominator, waste);
-    return row;
-}
-
 } // namespace
+
+QString ExplosionResult::path(std::size_t row) const {
+    QStringList codes;
+    for (int at = int(row); at >= 0; at = rows[std::size_t(at)].parent)
+        codes.prepend(lineOf(rows[std::size_t(at)]).cinvcode);
+    codes.prepend(topCode);
+    return codes.join(QLatin1Char('/'));
+}
 
 double ExplosionResult::material() const {
     double sum = 0;
@@ -87,14 +80,13 @@ std::optional<ExplosionResult> Explosion::Explode(const QString& headerId, int l
     const db::Rows top = session_.gConn->query(sql.sql, sql.params);
     if (top.empty())
         return std::nullopt;
-    return explode({headerId,
-                    top.text(0, "cpspcode"),
-                    top.text(0, "cInvName"),
-                    top.value(0, "fbzrgcb").toDouble(),
-                    top.value(0, "fbzzfy").toDouble(),
-                    {},
-                    {}},
-                   levels, nullptr);
+    ExplosionResult result;
+    result.topId = headerId;
+    result.topCode = top.text(0, "cpspcode");
+    result.topName = top.text(0, "cInvName");
+    result.labour = top.value(0, "fbzrgcb").toDouble();
+    result.overhead = top.value(0, "fbzzfy").toDouble();
+    return explode(std::move(result), levels, nullptr);
 }
 
 ExplosionResult Explosion::Explode(const bomservice::BomCard& card, int levels) {
@@ -103,51 +95,79 @@ ExplosionResult Explosion::Explode(const bomservice::BomCard& card, int levels) 
         session_.gConn
             ->scalar(QStringLiteral("select cInvName from Inventory where cInvCode=?"), {code})
             .toString();
-    return explode({card.header.text(0, QStringLiteral("iautoid")),
-                    code,
-                    name,
-                    card.header.value(0, QStringLiteral("fbzrgcb")).toDouble(),
-                    card.header.value(0, QStringLiteral("fbzzfy")).toDouble(),
-                    {},
-                    {}},
-                   levels, &card.lines);
+    ExplosionResult result;
+    result.topId = card.header.text(0, QStringLiteral("iautoid"));
+    result.topCode = code;
+    result.topName = name;
+    result.labour = card.header.value(0, QStringLiteral("fbzrgcb")).toDouble();
+    result.overhead = card.header.value(0, QStringLiteral("fbzzfy")).toDouble();
+    return explode(std::move(result), levels, &card.lines);
+}
+
+bomservice::BomLinks Explosion::links(entry::Session& session) {
+    return bomservice::BomLinks(session, bomservice::BomLinks::Rule::Full, columns());
+}
+
+std::vector<ExplosionLine> Explosion::linesOf(const db::Rows& rows) {
+    const Columns c(rows);
+    std::vector<ExplosionLine> out;
+    out.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const QVariantList& line = rows.at(i);
+        const QVariant denominator = line.value(c["tdqtyd"]);
+        // Untyped when missing: a driver may type its null as a number that reads as 0.
+        const QVariant price = line.value(c["fbzdj"]);
+        out.push_back({line.value(c["autoid"]).toLongLong(), line.value(c["ipid"]).toString(),
+                       line.value(c["childid"]).toString(), line.value(c["cpscode"]).toString(),
+                       variantOf(line, c), line.value(c["cinvname"]).toString(),
+                       line.value(c["cinvstd"]).toString(), line.value(c["cunit"]).toString(),
+                       line.value(c["cwhcode"]).toString(), line.value(c["cwhname"]).toString(),
+                       line.value(c["wiptext"]).toString(), line.value(c["ipsquantity"]).toDouble(),
+                       denominator.isNull() ? 1 : denominator.toDouble(),
+                       line.value(c["iwasterate"]).toDouble(), price.isNull() ? QVariant() : price,
+                       StructureRules::quantityPer(line.value(c["ipsquantity"]), denominator,
+                                                   line.value(c["iwasterate"])),
+                       StructureRules::leafPrice(price, line.value(c["refcost"])),
+                       line.value(c["storedcost"]).toDouble(), line.value(c["added"]).toDouble()});
+    }
+    return out;
 }
 
 ExplosionResult Explosion::explode(ExplosionResult result, int levels,
                                    const bomservice::RowSet* topLines) {
-    const bomservice::BomWalk walk(
-        bomservice::BomLinks(session_, bomservice::BomLinks::Rule::Full, columns()));
+    const bomservice::BomWalk walk(links(session_));
     const bomservice::BomWalk::Result below = walk.down(result.topId, levels, topLines);
+    result.lines = linesOf(below.lines);
+    rollUp(result, below.nodes);
+    return result;
+}
+
+void Explosion::rollUp(ExplosionResult& result, const std::vector<bomservice::BomWalkNode>& nodes) {
     std::vector<ExplosionRow>& rows = result.rows;
-    rows.reserve(below.nodes.size());
-    // What each row's BOM adds to its lines (labour and overhead), and its lines' costs.
-    std::vector<double> added, lineCosts(below.nodes.size(), 0);
-    added.reserve(below.nodes.size());
-    for (const bomservice::BomWalkNode& node : below.nodes) {
-        ExplosionRow row = rowOf(below.lines, node);
-        const ExplosionRow* parent = row.parent < 0 ? nullptr : &rows[std::size_t(row.parent)];
-        row.cumQty = row.qty * (parent ? parent->cumQty : 1);
-        row.path = (parent ? parent->path : result.topCode) + QLatin1Char('/') + row.cinvcode;
+    rows.reserve(nodes.size());
+    for (const bomservice::BomWalkNode& node : nodes) {
+        ExplosionRow row{node.level, node.parent, int(node.line), node.below, 0, 0, 0};
+        const ExplosionLine& line = result.lineOf(row);
+        row.cumQty = line.qty * (row.parent < 0 ? 1 : rows[std::size_t(row.parent)].cumQty);
         if (row.below == Below::Nothing)
-            row.unitCost =
-                StructureRules::leafPrice(row.price, below.lines.value(node.line, "refcost"));
+            row.unitCost = line.leafPrice;
         else if (row.below != Below::Expanded) // where the explosion stops: as stored
-            row.unitCost = below.lines.value(node.line, "storedcost").toDouble();
+            row.unitCost = line.storedCost;
+        rows.push_back(row);
         if (row.below == Below::Loop)
-            result.loops.push_back(row.path.split(QLatin1Char('/')));
-        added.push_back(below.lines.value(node.line, "added").toDouble());
-        rows.push_back(std::move(row));
+            result.loops.push_back(result.path(rows.size() - 1).split(QLatin1Char('/')));
     }
-    // Bottom up: a row comes after every row below it in reverse display order.
+    // Bottom up: in reverse display order a row comes after every row below it.
+    std::vector<double> lineCosts(rows.size(), 0);
     for (std::size_t i = rows.size(); i-- > 0;) {
         ExplosionRow& row = rows[i];
+        const ExplosionLine& line = result.lineOf(row);
         if (row.below == Below::Expanded)
-            row.unitCost = lineCosts[i] + added[i];
+            row.unitCost = lineCosts[i] + line.added;
         if (row.parent >= 0)
-            lineCosts[std::size_t(row.parent)] += row.qty * row.unitCost;
+            lineCosts[std::size_t(row.parent)] += line.qty * row.unitCost;
         row.cost = row.unitCost * row.cumQty;
     }
-    return result;
 }
 
 std::vector<SummaryRow> Explosion::Summarise(const ExplosionResult& result) {
@@ -156,11 +176,12 @@ std::vector<SummaryRow> Explosion::Summarise(const ExplosionResult& result) {
     for (const ExplosionRow& row : result.rows) {
         if (row.below == Below::Expanded)
             continue;
-        const auto found = at.constFind(row.cinvcode);
+        const ExplosionLine& line = result.lineOf(row);
+        const auto found = at.constFind(line.cinvcode);
         if (found == at.constEnd()) {
-            at.insert(row.cinvcode, out.size());
+            at.insert(line.cinvcode, out.size());
             out.push_back(
-                {row.cinvcode, row.cinvname, row.cinvstd, row.cunit, row.cumQty, row.cost});
+                {line.cinvcode, line.cinvname, line.cinvstd, line.cunit, row.cumQty, row.cost});
         } else {
             out[*found].qty += row.cumQty;
             out[*found].cost += row.cost;
@@ -174,13 +195,17 @@ entry::ExportTable Explosion::table(const ExplosionResult& result) {
                                  QLatin1Char(' ') + result.topName,
                              StructureTexts::explosionCaptions(),
                              {}};
-    for (const ExplosionRow& row : result.rows)
+    table.rows.reserve(result.rows.size());
+    for (std::size_t i = 0; i < result.rows.size(); ++i) {
+        const ExplosionRow& row = result.rows[i];
+        const ExplosionLine& line = result.lineOf(row);
         table.rows.push_back(
-            {QString::number(row.level), row.path, row.cinvcode, row.cinvname, row.cinvstd,
-             StructureRules::text(row.qty), StructureRules::text(row.cumQty), row.cunit,
-             (row.cwhcode + QLatin1Char(' ') + row.cwhname).trimmed(), row.wiptype,
+            {QString::number(row.level), result.path(i), line.cinvcode, line.cinvname, line.cinvstd,
+             StructureRules::text(line.qty), StructureRules::text(row.cumQty), line.cunit,
+             (line.cwhcode + QLatin1Char(' ') + line.cwhname).trimmed(), line.wiptype,
              StructureRules::text(row.cost),
-             row.below == Below::Loop ? row.iautoid + StructureTexts::loopMark() : row.iautoid});
+             row.below == Below::Loop ? line.iautoid + StructureTexts::loopMark() : line.iautoid});
+    }
     return table;
 }
 

@@ -14,12 +14,8 @@ class Session;
 
 namespace bom::structure {
 
-// One component line of an exploded structure, in display order.
-struct ExplosionRow {
-    using Below = bomservice::BomWalkNode::Below;
-    int level = 1;   // 1 for a line of the top BOM
-    int parent = -1; // the row above, -1 for a line of the top BOM
-    QString path;    // item codes from the top down to this row, "/" between them
+// One stored line of an exploded structure, however many places it is shown in.
+struct ExplosionLine {
     qlonglong autoid = 0;
     QString bomId;   // the BOM the line belongs to
     QString iautoid; // the BOM its component is made by; empty for a leaf
@@ -34,12 +30,23 @@ struct ExplosionRow {
     double numerator = 0;
     double denominator = 0;
     double wasteRate = 0;
-    QVariant price;      // the line's standard price as stored
-    double qty = 0;      // per unit of the row's parent
+    QVariant price;        // the line's standard price as stored
+    double qty = 0;        // per unit of the line's parent
+    double leafPrice = 0;  // the price a leaf takes (its own, else the item's reference cost)
+    double storedCost = 0; // the stored standard cost of the BOM below
+    double added = 0;      // that BOM's labour and overhead
+};
+
+// One place of a line in the exploded structure, in display order.
+struct ExplosionRow {
+    using Below = bomservice::BomWalkNode::Below;
+    int level = 1;   // 1 for a line of the top BOM
+    int parent = -1; // the row above, -1 for a line of the top BOM
+    int line = 0;    // in ExplosionResult::lines
+    Below below = Below::Nothing;
     double cumQty = 0;   // per unit of the top
     double unitCost = 0; // one unit of the component: its price, or the cost of the BOM below
     double cost = 0;     // unitCost × cumQty: the component's cost in one unit of the top
-    Below below = Below::Nothing;
 };
 
 struct ExplosionResult {
@@ -48,10 +55,16 @@ struct ExplosionResult {
     QString topName;
     double labour = 0;   // the top BOM's labour (fbzrgcb)
     double overhead = 0; // and overhead (fbzzfy) figures
+    std::vector<ExplosionLine> lines;
     std::vector<ExplosionRow> rows;
     // Each loop met in stored data: item codes from the top down to the BOM met again.
     std::vector<QStringList> loops;
 
+    const ExplosionLine& lineOf(const ExplosionRow& row) const {
+        return lines[std::size_t(row.line)];
+    }
+    // The item codes from the top down to row `row`, "/" between them.
+    QString path(std::size_t row) const;
     double material() const; // the lines of the top BOM, their costs summed
     double total() const { return material() + labour + overhead; }
 };
@@ -87,11 +100,16 @@ public:
     // first met.
     static std::vector<SummaryRow> Summarise(const ExplosionResult& result);
 
+    // How the explosion reads lines: the full link rule, with every column it shows.
+    static bomservice::BomLinks links(entry::Session& session);
+
     static entry::ExportTable table(const ExplosionResult& result);
     static entry::ExportTable summaryTable(const ExplosionResult& result);
 
 private:
     ExplosionResult explode(ExplosionResult top, int levels, const bomservice::RowSet* topLines);
+    static std::vector<ExplosionLine> linesOf(const db::Rows& rows);
+    static void rollUp(ExplosionResult& result, const std::vector<bomservice::BomWalkNode>& nodes);
 
     entry::Session& session_;
 };

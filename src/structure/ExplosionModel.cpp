@@ -65,6 +65,7 @@ QVariant ExplosionModel::data(const QModelIndex& index, int role) const {
     if (!index.isValid())
         return {};
     const ExplosionRow& row = result_.rows[index.internalId()];
+    const ExplosionLine& line = result_.lineOf(row);
     const int shown = kShown[index.column()];
     const bool number = shown == 0 || shown == 5 || shown == 6 || shown == 10;
     if (role == Qt::TextAlignmentRole && number)
@@ -75,22 +76,22 @@ QVariant ExplosionModel::data(const QModelIndex& index, int role) const {
     case 0:
         return row.level;
     case 2:
-        return row.cinvcode;
+        return line.cinvcode;
     case 3:
-        return row.below == ExplosionRow::Below::Loop ? row.cinvname + StructureTexts::loopMark()
-                                                      : row.cinvname;
+        return row.below == ExplosionRow::Below::Loop ? line.cinvname + StructureTexts::loopMark()
+                                                      : line.cinvname;
     case 4:
-        return row.cinvstd;
+        return line.cinvstd;
     case 5:
-        return StructureRules::text(row.qty);
+        return StructureRules::text(line.qty);
     case 6:
         return StructureRules::text(row.cumQty);
     case 7:
-        return row.cunit;
+        return line.cunit;
     case 8:
-        return (row.cwhcode + QLatin1Char(' ') + row.cwhname).trimmed();
+        return (line.cwhcode + QLatin1Char(' ') + line.cwhname).trimmed();
     case 9:
-        return row.wiptype;
+        return line.wiptype;
     default:
         return StructureRules::text(row.cost);
     }

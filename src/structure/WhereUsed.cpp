@@ -3,6 +3,8 @@
 #include "StructureRules.h"
 #include "StructureTexts.h"
 #include "bomservice/BomLinks.h"
+#include "db/BoundList.h"
+#include "db/Database.h"
 #include "entry/Session.h"
 
 #include <QHash>
@@ -13,10 +15,10 @@
 namespace bom::structure {
 namespace {
 
-const QString kColumns = QStringLiteral(
-    "p.cpspcode AS pcode, p.csocode AS pso, (select n.cInvName from Inventory n where "
-    "n.cInvCode=p.cpspcode) AS pname, l.ipsquantity AS ipsquantity, l.tdqtyd AS tdqtyd, "
-    "l.iwasterate AS iwasterate");
+// The parents' names are read once at the end, not on every line read on the way up.
+const QString kColumns =
+    QStringLiteral("p.cpspcode AS pcode, p.csocode AS pso, l.ipsquantity AS ipsquantity, "
+                   "l.tdqtyd AS tdqtyd, l.iwasterate AS iwasterate");
 
 // A line of `user` taking `qty` of what is below it: the item itself (empty) or a BOM.
 struct Use {
@@ -27,30 +29,31 @@ struct Use {
 } // namespace
 
 std::vector<WhereUsedRow> WhereUsed::Find(const QString& itemCode, int levels) {
-    const bomservice::BomLinks links(session_, bomservice::BomLinks::Rule::Full, kColumns);
+    const bomservice::BomLinks links(session_, bomservice::BomLinks::Rule::Full, kColumns,
+                                     bomservice::BomLinks::Leaves);
     QHash<QString, WhereUsedRow> found;
     QHash<QString, std::vector<Use>> uses; // by the BOM whose line it is
     // Lines naming the item, then lines leading to the BOMs found one level down. The lines of
     // the last level are read too, for the uses among BOMs found already.
     db::Rows lines = links.linesUsing({itemCode});
+    // The columns in the order kColumns reads them, after the line's BOM and the BOM below.
+    enum { Bom, Below, Parent, SalesOrder, Numerator, Denominator, Waste };
     for (int level = 1; !lines.empty(); ++level) {
         QStringList ids, codes;
         for (std::size_t i = 0; i < lines.size(); ++i) {
-            const QString user = lines.text(i, QStringLiteral("ipid"));
-            const QString below = level == 1 ? QString() : lines.text(i, QStringLiteral("childid"));
+            const QVariantList& line = lines.at(i);
+            const QString user = line.at(Bom).toString();
             if (!found.contains(user)) {
                 if (levels > 0 && level > levels)
                     continue;
-                found.insert(user, {level, user, lines.text(i, QStringLiteral("pcode")),
-                                    lines.text(i, QStringLiteral("pname")),
-                                    lines.text(i, QStringLiteral("pso")), 0});
+                found.insert(user, {level, user, line.at(Parent).toString(), QString(),
+                                    line.at(SalesOrder).toString(), 0});
                 ids << user;
-                codes << lines.text(i, QStringLiteral("pcode"));
+                codes << line.at(Parent).toString();
             }
-            uses[user].push_back(
-                {below, StructureRules::quantityPer(lines.value(i, QStringLiteral("ipsquantity")),
-                                                    lines.value(i, QStringLiteral("tdqtyd")),
-                                                    lines.value(i, QStringLiteral("iwasterate")))});
+            uses[user].push_back({level == 1 ? QString() : line.at(Below).toString(),
+                                  StructureRules::quantityPer(
+                                      line.at(Numerator), line.at(Denominator), line.at(Waste))});
         }
         if (ids.isEmpty())
             break;
@@ -76,10 +79,22 @@ std::vector<WhereUsedRow> WhereUsed::Find(const QString& itemCode, int levels) {
         total.insert(bom, sum);
         return sum;
     };
+    QStringList parents;
+    for (const WhereUsedRow& row : found)
+        parents << row.cpspcode;
+    parents.removeDuplicates();
+    const db::SqlCondition names =
+        db::sqlText(QStringLiteral("select cInvCode, cInvName from Inventory where ")) +
+        db::BoundList::in(session_.gConn->dialect(), QStringLiteral("cInvCode"), parents);
+    QHash<QString, QString> nameOf;
+    const db::Rows named = session_.gConn->query(names.sql, names.params);
+    for (std::size_t i = 0; i < named.size(); ++i)
+        nameOf.insert(named.at(i).at(0).toString(), named.at(i).at(1).toString());
     std::vector<WhereUsedRow> out;
     out.reserve(std::size_t(found.size()));
     for (auto it = found.begin(); it != found.end(); ++it) {
         it->qty = perUnit(it.key());
+        it->cinvname = nameOf.value(it->cpspcode);
         out.push_back(*it);
     }
     std::sort(out.begin(), out.end(), [](const WhereUsedRow& a, const WhereUsedRow& b) {

@@ -38,10 +38,13 @@ const char* const kStructure[] = {
     "('{U1}','ST-U','ST-Z','SO1',1,1,0,2,NULL)",
 };
 
-QString shape(const std::vector<ExplosionRow>& rows) {
+QString shape(const structure::ExplosionResult& result) {
     QStringList out;
-    for (const ExplosionRow& row : rows)
-        out << QStringLiteral("%1:%2<%3").arg(row.level).arg(row.cinvcode).arg(row.parent);
+    for (const ExplosionRow& row : result.rows)
+        out << QStringLiteral("%1:%2<%3")
+                   .arg(row.level)
+                   .arg(result.lineOf(row).cinvcode)
+                   .arg(row.parent);
     return out.join(' ');
 }
 
@@ -81,17 +84,16 @@ TEST_P(StructureTest, ExplosionCarriesQuantitiesThroughEveryLevelAndStopsAtLimit
     const auto all = explosion.Explode(QStringLiteral("{T}"), 0);
     ASSERT_TRUE(all);
     // ST-U appears under ST-S (its default BOM) and under ST-T (its SO1 BOM).
-    EXPECT_EQ(shape(all->rows),
-              "1:ST-S<-1 2:ST-U<0 3:ST-Z<1 2:ST-Y<0 1:ST-X<-1 1:ST-U<-1 2:ST-Z<5");
+    EXPECT_EQ(shape(*all), "1:ST-S<-1 2:ST-U<0 3:ST-Z<1 2:ST-Y<0 1:ST-X<-1 1:ST-U<-1 2:ST-Z<5");
     const double qty[] = {2.2, 0.5, 0.6, 4.5, 0.25, 1.5, 1};
     const double cum[] = {2.2, 1.1, 0.66, 9.9, 0.25, 1.5, 1.5};
     for (std::size_t i = 0; i < all->rows.size(); ++i) {
-        EXPECT_NEAR(all->rows[i].qty, qty[i], 1e-9) << i;
+        EXPECT_NEAR(all->lineOf(all->rows[i]).qty, qty[i], 1e-9) << i;
         EXPECT_NEAR(all->rows[i].cumQty, cum[i], 1e-9) << i;
     }
-    EXPECT_EQ(all->rows[1].iautoid, QStringLiteral("{U}"));
-    EXPECT_EQ(all->rows[5].iautoid, QStringLiteral("{U1}"));
-    EXPECT_EQ(all->rows[2].path, QStringLiteral("ST-T/ST-S/ST-U/ST-Z"));
+    EXPECT_EQ(all->lineOf(all->rows[1]).iautoid, QStringLiteral("{U}"));
+    EXPECT_EQ(all->lineOf(all->rows[5]).iautoid, QStringLiteral("{U1}"));
+    EXPECT_EQ(all->path(2), QStringLiteral("ST-T/ST-S/ST-U/ST-Z"));
     // Costs from the leaves up: U 0.6×2+0.8 = 2, S 0.5×2+4.5×3+1.5 = 16, T 2.2×16+0.25×8+1.5×2.
     EXPECT_NEAR(all->rows[0].unitCost, 16, 1e-9);
     EXPECT_NEAR(all->material(), 40.2, 1e-9);
@@ -104,7 +106,7 @@ TEST_P(StructureTest, ExplosionCarriesQuantitiesThroughEveryLevelAndStopsAtLimit
 
     // One level: the sub-assemblies at their stored costs (S 10, U/SO1 none).
     const auto one = explosion.Explode(QStringLiteral("{T}"), 1);
-    EXPECT_EQ(shape(one->rows), "1:ST-S<-1 1:ST-X<-1 1:ST-U<-1");
+    EXPECT_EQ(shape(*one), "1:ST-S<-1 1:ST-X<-1 1:ST-U<-1");
     EXPECT_EQ(one->rows[0].below, Below::Cut);
     EXPECT_NEAR(one->material(), 2.2 * 10 + 2, 1e-9);
 
@@ -120,7 +122,7 @@ TEST_P(StructureTest, ExplosionCarriesQuantitiesThroughEveryLevelAndStopsAtLimit
     test::TestSession li(account->url(), QStringLiteral("li"));
     const auto hidden = structure::Explosion(li.session()).Explode(QStringLiteral("{T}"), 0);
     ASSERT_TRUE(hidden);
-    EXPECT_EQ(shape(hidden->rows), "1:ST-S<-1 1:ST-X<-1 1:ST-U<-1 2:ST-Z<2");
+    EXPECT_EQ(shape(*hidden), "1:ST-S<-1 1:ST-X<-1 1:ST-U<-1 2:ST-Z<2");
     EXPECT_FALSE(structure::Explosion(li.session()).Explode(QStringLiteral("{S}"), 0));
 
     // Old data looping back to the top: reported with its way down, not followed.

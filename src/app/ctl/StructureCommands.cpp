@@ -80,18 +80,20 @@ int runExplode(CtlContext& ctx) {
                                     {"cost", row.cost}});
         }
     } else {
-        for (const structure::ExplosionRow& row : result->rows) {
-            ctx.printLine(
-                indented(row.level - 1, {row.cinvcode, row.cinvname, StructureRules::text(row.qty),
-                                         StructureRules::text(row.cumQty)}));
+        for (std::size_t i = 0; i < result->rows.size(); ++i) {
+            const structure::ExplosionRow& row = result->rows[i];
+            const structure::ExplosionLine& line = result->lineOf(row);
+            ctx.printLine(indented(row.level - 1,
+                                   {line.cinvcode, line.cinvname, StructureRules::text(line.qty),
+                                    StructureRules::text(row.cumQty)}));
             rows.append(QJsonObject{{"level", row.level},
-                                    {"path", row.path},
-                                    {"cinvcode", row.cinvcode},
-                                    {"cinvname", row.cinvname},
-                                    {"qty", row.qty},
+                                    {"path", result->path(i)},
+                                    {"cinvcode", line.cinvcode},
+                                    {"cinvname", line.cinvname},
+                                    {"qty", line.qty},
                                     {"cum_qty", row.cumQty},
-                                    {"iautoid", row.iautoid},
-                                    {"autoid", row.autoid},
+                                    {"iautoid", line.iautoid},
+                                    {"autoid", line.autoid},
                                     {"cost", row.cost}});
         }
     }
