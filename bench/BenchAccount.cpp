@@ -5,6 +5,7 @@
 #include "suite/Account.h"
 #include "suite/RightsStore.h"
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QStringList>
 #include <algorithm>
@@ -83,6 +84,18 @@ ListAccount listAccount(int argc, char** argv) {
     const QString url = sizedUrl(accountUrl(argc, argv), boms);
     ensurePlanner(*openGeneratedAccount(url, boms));
     return {url, QStringLiteral("%1k").arg(boms / 1000)};
+}
+
+int benchMain(int argc, char** argv, int defaultRuns,
+              const std::function<int(const QString& url, int runs)>& run) {
+    QCoreApplication app(argc, argv);
+    try {
+        return run(accountUrl(argc, argv), countArg(argc, argv, 2, defaultRuns));
+    } catch (const db::DbError& e) {
+        std::fprintf(stderr, "database error: %s\n%s\n", qPrintable(e.message()),
+                     qPrintable(e.sql()));
+        return 1;
+    }
 }
 
 QString accountUrl(int argc, char** argv) {
@@ -164,6 +177,27 @@ std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString
         std::exit(1);
     }
     return session;
+}
+
+void forgetRuns(db::Database& db, const QList<qlonglong>& runs) {
+    db::Transaction tx(db);
+    for (qlonglong run : runs) {
+        for (const char* table : {"sys_bom_run_line", "sys_bom_run_option", "sys_bom_run_header",
+                                  "sys_bom_run_created", "sys_bom_run_bom", "sys_bom_history"})
+            db.exec(QStringLiteral("delete from %1 where irunid=?").arg(QLatin1String(table)),
+                    {run});
+        db.exec(QStringLiteral("delete from sys_bom_run where id=?"), {run});
+    }
+    tx.commit();
+}
+
+void failed(const char* what, suite::ScriptedPrompter& prompter) {
+    std::fprintf(stderr, "%s failed; shown: %s\n", what, qPrintable(prompter.texts().join(" | ")));
+    std::exit(1);
+}
+
+double msSince(const QElapsedTimer& timer) {
+    return timer.nsecsElapsed() / 1e6;
 }
 
 std::vector<double> measure(int runs, const std::function<void()>& work) {

@@ -6,6 +6,7 @@
 #include "suite/Account.h"
 #include "suite/Prompter.h"
 
+#include <QElapsedTimer>
 #include <QString>
 #include <chrono>
 #include <functional>
@@ -18,6 +19,11 @@ namespace bom::bench {
 // sqlite:/tmp/bom-bench.db), then a count at `index` (runs or BOMs).
 QString accountUrl(int argc, char** argv);
 int countArg(int argc, char** argv, int index, int fallback);
+
+// A benchmark's main: `run` with the account URL and the count of runs from the command line
+// (default `defaultRuns`); a database failure is printed with its statement and exits 1.
+int benchMain(int argc, char** argv, int defaultRuns,
+              const std::function<int(const QString& url, int runs)>& run);
 
 // The generated account a benchmark runs on: reused when the file exists (made once with
 // 100,000 BOMs of 10 lines over 3 levels), so repeated runs measure, not generate.
@@ -59,6 +65,15 @@ ListAccount listAccount(int argc, char** argv);
 // A running session of `user` on `url`; a refusal ends the benchmark with its reason.
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
                                                suite::ScriptedPrompter& prompter);
+
+// Drops the record and history of runs already undone, so an account a benchmark ran on is
+// as it was before and the next measurement starts alike.
+void forgetRuns(db::Database& db, const QList<qlonglong>& runs);
+
+// Ends the benchmark when a step the measurement needs failed, with what it showed.
+[[noreturn]] void failed(const char* what, suite::ScriptedPrompter& prompter);
+// Milliseconds since `timer` started, to the nanosecond.
+double msSince(const QElapsedTimer& timer);
 
 // Runs `work` `runs` times and answers the durations in milliseconds, sorted.
 std::vector<double> measure(int runs, const std::function<void()>& work);

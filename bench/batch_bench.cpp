@@ -26,7 +26,6 @@
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QHash>
 #include <cstdio>
@@ -34,21 +33,15 @@
 
 using namespace bom;
 
+using bench::failed;
+using bench::msSince;
+
 namespace {
 
 constexpr int kBoms = 10000;
 const QString kAdded = QStringLiteral("BB-ADD");
 const QString kReplacing = QStringLiteral("BB-REP");
 const QString kWarehouse = QStringLiteral("BW");
-
-[[noreturn]] void failed(const char* what, suite::ScriptedPrompter& prompter) {
-    std::fprintf(stderr, "%s failed; shown: %s\n", what, qPrintable(prompter.texts().join(" | ")));
-    std::exit(1);
-}
-
-double msSince(const QElapsedTimer& timer) {
-    return timer.nsecsElapsed() / 1e6;
-}
 
 // Two bought items no BOM uses and an ordinary warehouse, made once per account.
 void ensureMasterData(db::Database& db) {
@@ -198,14 +191,7 @@ QStringList written(db::Database& db, const QString& component) {
                        "replaceflag, fbzdj, fbzwlcb, childguid, unitqty, psid, iwasterate from "
                        "ProductStructures where cpscode=? order by ipid"),
         {component});
-    QStringList out;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        QStringList cells;
-        for (const QVariant& v : rows.at(i))
-            cells << (v.isNull() ? QStringLiteral("NULL") : v.toString());
-        out << cells.join('|');
-    }
-    return out;
+    return rows.asText();
 }
 
 // Undoes runs newest first, then drops their record and history: the account as it was.
@@ -215,16 +201,7 @@ void undo(entry::Session& session, const QList<qlonglong>& newestFirst,
     for (qlonglong run : newestFirst)
         if (!runs.Undo(run, QStringLiteral("批量处理")))
             failed("undo", prompter);
-    db::Database& db = *session.gConn;
-    db::Transaction tx(db);
-    for (qlonglong run : newestFirst) {
-        for (const char* table : {"sys_bom_run_line", "sys_bom_run_option", "sys_bom_run_header",
-                                  "sys_bom_run_created", "sys_bom_run_bom", "sys_bom_history"})
-            db.exec(QStringLiteral("delete from %1 where irunid=?").arg(QLatin1String(table)),
-                    {run});
-        db.exec(QStringLiteral("delete from sys_bom_run where id=?"), {run});
-    }
-    tx.commit();
+    bench::forgetRuns(*session.gConn, newestFirst);
 }
 
 // The floor: the lines alone written through the same driver, one statement over the whole
@@ -394,14 +371,5 @@ int run(const QString& url, int runs) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    const QString url = bench::accountUrl(argc, argv);
-    const int runs = bench::countArg(argc, argv, 2, 3);
-    try {
-        return run(url, runs);
-    } catch (const db::DbError& e) {
-        std::fprintf(stderr, "database error: %s\n%s\n", qPrintable(e.message()),
-                     qPrintable(e.sql()));
-        return 1;
-    }
+    return bench::benchMain(argc, argv, 3, run);
 }

@@ -34,6 +34,7 @@ run "$bin/cycle_bench" "$url"
 run "$bin/tree_bench" "$url"
 run "$bin/structure_bench" "$url"
 run "$bin/batch_bench" "$url"
+run "$bin/variants_bench" "$url"
 run "$bin/card_open_bench" "$url"
 run "$bin/list_auth_bench" "$url" 100000
 run "$bin/list_auth_bench" "$url" 300000

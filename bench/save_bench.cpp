@@ -26,7 +26,6 @@
 #include "suite/Login.h"
 #include "suite/Prompter.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSqlField>
 #include <QSqlQuery>
@@ -36,6 +35,8 @@
 #include <cstdlib>
 
 using namespace bom;
+
+using bench::msSince;
 
 namespace {
 
@@ -47,10 +48,6 @@ const QString kCard = QStringLiteral("PP30");
     std::fprintf(stderr, "%s failed: result \"%s\", error \"%s\", shown: %s\n", what,
                  qPrintable(result), qPrintable(error), qPrintable(prompter.texts().join(" | ")));
     std::exit(1);
-}
-
-double msSince(const QElapsedTimer& timer) {
-    return timer.nsecsElapsed() / 1e6;
 }
 
 // Every line marked changed with a new quantity, as a planner's edit of the whole card.
@@ -258,14 +255,5 @@ int run(const QString& url, int runs) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    const QString url = bench::accountUrl(argc, argv);
-    const int runs = bench::countArg(argc, argv, 2, 20);
-    try {
-        return run(url, runs);
-    } catch (const db::DbError& e) {
-        std::fprintf(stderr, "database error: %s\n%s\n", qPrintable(e.message()),
-                     qPrintable(e.sql()));
-        return 1;
-    }
+    return bench::benchMain(argc, argv, 20, run);
 }

@@ -6,6 +6,7 @@
 #include "db/DbError.h"
 #include "entry/Session.h"
 #include "structure/StructureWindow.h"
+#include "variants/ColourSizeDialog.h"
 
 namespace bom::app {
 
@@ -40,6 +41,11 @@ void WindowHandover::openBatchRuns() {
 
 void WindowHandover::openStructure(const QString& headerId) {
     structure::StructureWindow::open(session(), headerId, list());
+}
+
+void WindowHandover::openColourSize(const QString& mode, const list::ListRow& parent) {
+    variants::ColourSizeDialog::run(session(), mode, parent.text(QStringLiteral("iautoid")),
+                                    list());
 }
 
 } // namespace bom::app

@@ -14,6 +14,7 @@ public:
                    const std::vector<list::ListRow>& lines) override;
     void openBatchRuns() override;
     void openStructure(const QString& headerId) override;
+    void openColourSize(const QString& mode, const list::ListRow& parent) override;
 };
 
 } // namespace bom::app

@@ -16,7 +16,7 @@ namespace {
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
     for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands,
-                       batchCommands, printCommands, structureCommands})
+                       batchCommands, printCommands, variantsCommands, structureCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -46,6 +46,8 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  history: rows (time, user, kind, field, old, new, line, run; newest first)");
     std::puts("  batch: run, changed, skipped (iautoid, reason); --dry-run: preview too (iautoid,");
     std::puts("    cpspcode, before, after, cost_before, cost_after)    batch runs: runs");
+    std::puts("  variants: iautoid, cpspcode, colours (code, alias, sizes that have BOMs), sizes");
+    std::puts("    (code, alias); --generate/--delete: run, created, deleted, kept");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
     std::puts("  print: pdf, pages, template");
     std::puts("  explode: iautoid, rows (level, path, cinvcode, cinvname, qty, cum_qty, iautoid,");

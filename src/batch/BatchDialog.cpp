@@ -6,15 +6,14 @@
 #include "entry/Session.h"
 #include "list/ReferenceDialog.h"
 #include "suite/Prompter.h"
+#include "suite/qt/RunProgressDialog.h"
 
 #include <QComboBox>
-#include <QCoreApplication>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QProgressDialog>
 #include <QPushButton>
 #include <QScopedValueRollback>
 #include <QScrollArea>
@@ -318,16 +317,8 @@ bool BatchDialog::preview() {
 }
 
 bool BatchDialog::save() {
-    QProgressDialog progress(BatchTexts::running(), BatchTexts::cancelButton(), 0, 1, this);
-    progress.setWindowModality(Qt::WindowModal);
-    progress.setMinimumDuration(500);
-    progress.setAutoReset(false);
-    const auto result = editor_.Save([&progress](int done, int total) {
-        progress.setMaximum(total);
-        progress.setValue(done);
-        QCoreApplication::processEvents();
-        return !progress.wasCanceled();
-    });
+    suite::RunProgressDialog progress(BatchTexts::running(), BatchTexts::cancelButton(), this);
+    const auto result = editor_.Save(progress.callback());
     progress.reset();
     if (!result)
         return false;

@@ -49,17 +49,18 @@ BatchPreviewDialog::BatchPreviewDialog(const BatchPlan& plan, QWidget* parent) :
     resize(1000, 600);
 }
 
-// One row per line, its altered cells as "column=value" before and after.
+// One row per line, its altered cells as "caption=value" before and after.
 void BatchPreviewDialog::fillChanges(const BatchPlan& plan) {
     const QString kind = BatchTexts::changeKind(BatchScope::changeKind(plan.operation));
     int row = 0;
     for (const BatchChange& change : plan.changes) {
         QStringList before, after;
         for (const BatchCellChange& cell : plan.differences(change)) {
+            const QString caption = BatchTexts::editorCaption(cell.column) + QLatin1Char('=');
             if (change.before >= 0)
-                before << cell.column + QLatin1Char('=') + cellText(cell.before);
+                before << caption + cellText(cell.before);
             if (!change.after.isEmpty())
-                after << cell.column + QLatin1Char('=') + cellText(cell.after);
+                after << caption + cellText(cell.after);
         }
         const QStringList cells{change.headerId,
                                 change.parent,

@@ -54,7 +54,7 @@ bool BatchRunsDialog::reload() {
         const QStringList cells{QString::number(run.id),
                                 run.time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")),
                                 run.user,
-                                run.operation,
+                                BatchTexts::operationCaption(run.operation),
                                 BatchTexts::runState(run.state),
                                 QString::number(run.boms),
                                 run.description};
@@ -65,7 +65,9 @@ bool BatchRunsDialog::reload() {
         }
         ++row;
     }
-    runs_->resizeColumnsToContents();
+    // The description takes what is left.
+    for (int column = 0; column + 1 < runs_->columnCount(); ++column)
+        runs_->resizeColumnToContents(column);
     return true;
 }
 

@@ -101,8 +101,18 @@ struct BatchTexts {
             {QStringLiteral("clearsubstitutes"), QStringLiteral("清除原替代料")},
             {QStringLiteral("cinsertfirst"), QStringLiteral("插位1")},
             {QStringLiteral("cinsertsecond"), QStringLiteral("插位2")},
-            {QStringLiteral("cinsertthird"), QStringLiteral("插位3")}};
-        return captions.value(name, name);
+            {QStringLiteral("cinsertthird"), QStringLiteral("插位3")},
+            {QStringLiteral("autoid"), QStringLiteral("子件行号")},
+            {QStringLiteral("unitqty"), QStringLiteral("辅助基本用量")},
+            {QStringLiteral("childguid"), QStringLiteral("子件BOM")}};
+        const auto known = captions.constFind(name);
+        if (known != captions.cend())
+            return *known;
+        if (name.startsWith(QLatin1String("cfree")))
+            return QStringLiteral("自由项") + name.mid(5);
+        if (name.startsWith(QLatin1String("cdefine")))
+            return QStringLiteral("表体自定义项%1").arg(name.mid(7).toInt() - 21);
+        return name;
     }
     static QString currentLine() { return QStringLiteral("原子件："); }
     static QString previewButton() { return QStringLiteral("预览"); }
@@ -126,6 +136,17 @@ struct BatchTexts {
     }
     static QStringList skippedColumns() {
         return {QStringLiteral("跳过的BOM"), QStringLiteral("原因")};
+    }
+    // A run's operation as the runs window names it.
+    static QString operationCaption(const QString& operation) {
+        static const QHash<QString, QString> captions{
+            {QStringLiteral("batch-add"), QStringLiteral("批量增加")},
+            {QStringLiteral("batch-modify"), QStringLiteral("批量修改")},
+            {QStringLiteral("batch-replace"), QStringLiteral("批量替换")},
+            {QStringLiteral("batch-delete"), QStringLiteral("批量删除")},
+            {QStringLiteral("variants-generate"), QStringLiteral("颜色尺码批增")},
+            {QStringLiteral("variants-delete"), QStringLiteral("颜色尺码批删")}};
+        return captions.value(operation, operation);
     }
     static QString changeKind(const QString& kind) {
         if (kind == QLatin1String("A"))

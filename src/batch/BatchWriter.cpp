@@ -103,8 +103,7 @@ qlonglong BatchWriter::write(const BatchPlan& plan, const QString& description,
     recordHistory(plan, run);
     entry::BomVisibility(db).RefreshBoms(boms);
     if (plan.operation == Operation::Add)
-        db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
-                               "cname='bStruChange'"));
+        bomservice::BomSaver(session_).MarkStructureChanged();
     return run;
 }
 

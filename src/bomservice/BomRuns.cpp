@@ -10,6 +10,7 @@
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "entry/BomIdentity.h"
 #include "entry/BomVisibility.h"
 #include "entry/Format.h"
 #include "entry/Session.h"
@@ -190,20 +191,25 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
             else if (!now.isNull() && !mayTouch.contains(touched.text(i, "iautoid")))
                 hidden << shown;
         }
-        if (!changed.isEmpty()) {
-            refused_ = changed;
-            return refuse(
-                QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name) +
-                    changed.join(QStringLiteral("\r\n")),
-                title);
-        }
-        if (!hidden.isEmpty()) {
-            refused_ = hidden;
-            return refuse(
-                QStringLiteral("以下物料清单您无权修改，不能撤销批量处理%1：\r\n").arg(name) +
-                    hidden.join(QStringLiteral("\r\n")),
-                title);
-        }
+        // Refused with the BOMs named after `text`, kept for the caller.
+        auto refuseBoms = [&](const QStringList& boms, const QString& text) {
+            refused_ = boms;
+            return refuse(text + boms.join(QStringLiteral("\r\n")), title);
+        };
+        const QString changedSince =
+            QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name);
+        if (!changed.isEmpty())
+            return refuseBoms(changed, changedSince);
+        if (!hidden.isEmpty())
+            return refuseBoms(
+                hidden,
+                QStringLiteral("以下物料清单您无权修改，不能撤销批量处理%1：\r\n").arg(name));
+        // A whole BOM the run removed cannot come back once another BOM has its identity.
+        const QStringList remade = remadeBoms(run);
+        if (!remade.isEmpty())
+            return refuseBoms(
+                remade,
+                QStringLiteral("以下物料清单在批量处理%1之后已重新建立，不能撤销：\r\n").arg(name));
         // The versions read above are claimed in the same statement that moves them on, so a
         // save that slipped in between is caught here.
         const int claimed =
@@ -212,13 +218,8 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
                                    "b.iqzts from sys_bom_run_bom b where b.irunid=? and "
                                    "b.iautoid=ProductStructure.iautoid)"),
                     {run, run});
-        if (claimed != existing.size()) {
-            refused_ = existing;
-            return refuse(
-                QStringLiteral("以下物料清单在批量处理%1之后已被修改，不能撤销：\r\n").arg(name) +
-                    existing.join(QStringLiteral("\r\n")),
-                title);
-        }
+        if (claimed != existing.size())
+            return refuseBoms(existing, changedSince);
         recordUndo(run);
         restore(run);
         // An earlier run that had left these BOMs as this one found them may be undone next.
@@ -233,11 +234,24 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
                                "b.iqztsbefore=sys_bom_run_bom.iqzts)"),
                 {run, run, QLatin1String(kDone), run});
         entry::BomVisibility(db).RefreshBoms(texts(touched, 0));
-        db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
-                               "cname='bStruChange'"));
+        BomSaver(session_).MarkStructureChanged();
         tx.commit();
     }
     return true;
+}
+
+QStringList BomRuns::remadeBoms(qlonglong run) {
+    const db::Rows rows = session_.gConn->query(
+        QStringLiteral("select x.cpspcode, x.iautoid from sys_bom_run_header x join "
+                       "ProductStructure h on ") +
+            entry::BomIdentity::headersMatch(QStringLiteral("h"), QStringLiteral("x")) +
+            QStringLiteral(" and h.iautoid<>x.iautoid where x.irunid=? order by x.cpspcode, "
+                           "x.iautoid"),
+        {run});
+    QStringList out;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out << rows.text(i, "cpspcode") + QLatin1Char(' ') + rows.text(i, "iautoid");
+    return out;
 }
 
 void BomRuns::recordUndo(qlonglong run) {
@@ -355,9 +369,7 @@ void BomRuns::restore(qlonglong run) {
     const db::Rows made = db.query(
         QStringLiteral("select iautoid from sys_bom_run_created where irunid=? and autoid is null"),
         {run});
-    BomGuards guards(session_);
-    for (std::size_t i = 0; i < made.size(); ++i)
-        guards.RemoveStoredBom(made.text(i, "iautoid"));
+    BomGuards(session_).RemoveStoredBoms(texts(made, 0), run);
 
     // What it changed or removed comes back as it was. A header keeps its row version moving
     // on past what the run left, so a card loaded since cannot write over the undone BOM.
@@ -376,6 +388,10 @@ void BomRuns::restore(qlonglong run) {
                            "b.iautoid=x.iautoid where x.irunid=?")
                 .arg(headerColumns.join(QLatin1Char(',')), headerValues.join(QLatin1Char(','))),
             {run});
+    // Lines elsewhere that lost their link when a whole BOM went get it back.
+    BomSaver(session_).LinkLinesTo(texts(
+        db.query(QStringLiteral("select iautoid from sys_bom_run_header where irunid=?"), {run}),
+        0));
     struct Copy {
         const char* table;
         const char* copy;

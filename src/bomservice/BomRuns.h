@@ -73,6 +73,8 @@ private:
     // The columns a copy restores: every column of the live table, which the copy must have.
     QStringList copiedColumns(const QString& table, const QString& copy);
     bool refuse(const QString& text, const QString& title);
+    // Headers the run removed whose identity another BOM has taken since ("parent id").
+    QStringList remadeBoms(qlonglong run);
     void restore(qlonglong run);
     void recordUndo(qlonglong run);
     // The header fields the undo puts back, added to `changes`.

@@ -177,8 +177,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
             {headerId});
     history.record(headerId, session_.gUserId, BomHistory::diff(stored, card));
     entry::BomVisibility(db).RefreshBoms({headerId});
-    db.exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' and "
-                           "cname='bStruChange'"));
+    MarkStructureChanged();
     card.header.setValue(0, QStringLiteral("qzts"),
                          db.scalar(QStringLiteral("select qzts from productstructure where "
                                                   "iautoid=?"),
@@ -225,6 +224,29 @@ void BomSaver::UpdateChildLinks(const BomCard& card, const QString& headerId) {
             db::Params{headerId} + uses.params);
 }
 
+void BomSaver::LinkLinesTo(const QStringList& headerIds) {
+    db::Database& db = *session_.gConn;
+    if (headerIds.isEmpty())
+        return;
+    const db::SqlCondition headers =
+        db::BoundList::in(db.dialect(), QStringLiteral("h.iautoid"), headerIds);
+    const db::SqlCondition matching =
+        db::sqlText(QStringLiteral("from ProductStructure h where ")) + headers +
+        db::sqlText(QStringLiteral(" and ") +
+                    entry::BomIdentity::headerMatchesLine(QStringLiteral("h"),
+                                                          QStringLiteral("ProductStructures")));
+    // Only lines of the headers' parent items can match: the component index finds them.
+    const db::SqlCondition link =
+        db::sqlText(QStringLiteral("update ProductStructures set childguid=(select "
+                                   "min(h.iautoid) ")) +
+        matching +
+        db::sqlText(QStringLiteral(") where cpscode in (select h.cpspcode from ProductStructure h "
+                                   "where ")) +
+        headers + db::sqlText(QStringLiteral(") and exists (select 1 ")) + matching +
+        db::sqlText(QStringLiteral(")"));
+    db.exec(link.sql, link.params);
+}
+
 void BomSaver::SaveParentDepartment(const QString& parentCode, const QString& depCode) {
     db::Database& db = *session_.gConn;
     const QString department = depCode.isNull() ? QStringLiteral("") : depCode;
@@ -267,6 +289,11 @@ void BomSaver::SaveQuantityTotals(const QStringList& parentCodes,
                                    "ProductStructures where ")) +
         pairs + db::sqlText(QStringLiteral(" group by cpspcode, cpscode"));
     db.exec(sums.sql, sums.params);
+}
+
+void BomSaver::MarkStructureChanged() {
+    session_.gConn->exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' "
+                                        "and cname='bStruChange'"));
 }
 
 void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {

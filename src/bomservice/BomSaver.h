@@ -29,6 +29,9 @@ public:
 
     // Each runs inside the save's transaction.
     void UpdateChildLinks(const BomCard& card, const QString& headerId);
+    // Lines anywhere whose component is one of these stored BOMs (the header-against-line
+    // rule) name it as their child BOM: what many BOMs made or put back at once need.
+    void LinkLinesTo(const QStringList& headerIds);
     void SaveParentDepartment(const QString& parentCode, const QString& depCode);
     // Totals per (parent, component) are recomputed from the stored lines of the parents the
     // save touched, so they always equal the sum over every BOM of the pair.
@@ -36,6 +39,8 @@ public:
     // The same for the pairs of `parentCodes` and `componentCodes` only, in two statements
     // however many parents there are: what a run over many BOMs with one component changes.
     void SaveQuantityTotals(const QStringList& parentCodes, const QStringList& componentCodes);
+    // Tells the rest of the suite that product structures changed (bStruChange).
+    void MarkStructureChanged();
     void SetLineKeys(BomCard& card, const QString& headerId);
     void LinkLineChildren(const QString& headerId);
     void LinkSalesOrder(const QString& headerId, const QString& salesOrder);

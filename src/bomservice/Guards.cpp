@@ -7,6 +7,7 @@
 #include "BomValidator.h"
 #include "LowLevelCodes.h"
 #include "ServiceTexts.h"
+#include "db/BoundList.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomVisibility.h"
@@ -101,30 +102,55 @@ bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
 }
 
 bool BomGuards::RemoveStoredBom(const QString& headerId) {
+    return !RemoveStoredBoms({headerId}).isEmpty();
+}
+
+QStringList BomGuards::RemoveStoredBoms(const QStringList& headerIds, qlonglong runId) {
     db::Database& db = *session_.gConn;
-    const db::Rows header = db.query(
-        QStringLiteral("select ID, cpspcode from ProductStructure where iautoid=?"), {headerId});
-    if (header.empty())
-        return false;
-    db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
-                           "ProductStructures where ipid=?)"),
-            {headerId});
-    db.exec(QStringLiteral("delete from ProductStructures where ipid=?"), {headerId});
-    if (db.exec(QStringLiteral("delete from ProductStructure where iautoid=?"), {headerId}) == 0)
-        return false;
-    // Nothing may keep pointing at the BOM that is gone.
-    db.exec(QStringLiteral("update ProductStructures set childguid=NULL where childguid=?"),
-            {headerId});
-    db.exec(QStringLiteral("update so_sodetails set cbomsocode=NULL, bomid=NULL where bomid=?"),
-            {headerId});
-    db.exec(QStringLiteral("delete from sys_attachment where lower(ccardnum)=? and ivoucherid=?"),
-            {QLatin1String(kCardNumber), header.value(0, "ID")});
-    BomSaver(session_).SaveQuantityTotals({header.text(0, "cpspcode")});
-    LowLevelCodes(db).Update({header.text(0, "cpspcode")});
-    entry::BomVisibility(db).RefreshBoms({headerId});
-    BomHistory(db).record(headerId, session_.gUserId,
-                          {{BomHistory::kDeleted, {}, header.text(0, "cpspcode"), {}, {}}});
-    return true;
+    if (headerIds.isEmpty())
+        return {};
+    const db::Dialect& dialect = db.dialect();
+    auto run = [&](const QString& sql, const db::SqlCondition& where) {
+        const db::SqlCondition statement = db::sqlText(sql) + where;
+        return db.exec(statement.sql, statement.params);
+    };
+    const db::SqlCondition headers =
+        db::sqlText(QStringLiteral("select iautoid, ID, cpspcode from ProductStructure where ")) +
+        db::BoundList::in(dialect, QStringLiteral("iautoid"), headerIds);
+    const db::Rows found = db.query(headers.sql, headers.params);
+    if (found.empty())
+        return {};
+    QStringList removed, parents;
+    QList<qlonglong> voucherIds;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        removed << found.text(i, "iautoid");
+        parents << found.text(i, "cpspcode");
+        voucherIds << found.value(i, "ID").toLongLong();
+    }
+    const db::SqlCondition lines = db::BoundList::in(dialect, QStringLiteral("ipid"), removed);
+    run(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
+                       "ProductStructures where "),
+        lines + db::sqlText(QStringLiteral(")")));
+    run(QStringLiteral("delete from ProductStructures where "), lines);
+    run(QStringLiteral("delete from ProductStructure where "),
+        db::BoundList::in(dialect, QStringLiteral("iautoid"), removed));
+    // Nothing may keep pointing at the BOMs that are gone.
+    run(QStringLiteral("update ProductStructures set childguid=NULL where "),
+        db::BoundList::in(dialect, QStringLiteral("childguid"), removed));
+    run(QStringLiteral("update so_sodetails set cbomsocode=NULL, bomid=NULL where "),
+        db::BoundList::in(dialect, QStringLiteral("bomid"), removed));
+    run(QStringLiteral("delete from sys_attachment where "),
+        db::SqlCondition{QStringLiteral("lower(ccardnum)=? and "), {QLatin1String(kCardNumber)}} +
+            db::BoundList::in(dialect, QStringLiteral("ivoucherid"), voucherIds));
+    BomSaver(session_).SaveQuantityTotals(parents);
+    LowLevelCodes(db).Update(parents);
+    entry::BomVisibility(db).RefreshBoms(removed);
+    std::vector<BomHistory::BomChange> changes;
+    changes.reserve(std::size_t(removed.size()));
+    for (qsizetype i = 0; i < removed.size(); ++i)
+        changes.push_back({removed.at(i), {BomHistory::kDeleted, {}, parents.at(i), {}, {}}});
+    BomHistory(db).record(changes, session_.gUserId, runId);
+    return removed;
 }
 
 int BomGuards::appendAttachmentRow(RowSet& document, const QString& headerId,

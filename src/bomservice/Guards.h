@@ -3,6 +3,7 @@
 #include "RowSet.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 namespace bom::entry {
@@ -38,6 +39,9 @@ public:
     // it and recomputes its parent's totals, inside the caller's transaction. False when the
     // header was not there.
     bool RemoveStoredBom(const QString& headerId);
+    // The same for many BOMs, each kind of row in one statement; their history entries name
+    // `runId` (0: none). Answers the BOMs that were there and are gone now.
+    QStringList RemoveStoredBoms(const QStringList& headerIds, qlonglong runId = 0);
 
     // The context row the attachment handling receives: appended to `document`. The plain
     // form refuses a card that still has attachments ("请先请删除单据附件！").

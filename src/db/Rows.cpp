@@ -18,4 +18,18 @@ QVariant Rows::value(std::size_t row, const QString& column) const {
     return values_[row].at(i);
 }
 
+QStringList Rows::asText() const {
+    QStringList out;
+    out.reserve(qsizetype(values_.size()));
+    for (const QVariantList& row : values_) {
+        QStringList cells;
+        for (const QVariant& v : row)
+            cells << (v.isNull()                        ? QStringLiteral("NULL")
+                      : v.typeId() == QMetaType::Double ? QString::number(v.toDouble(), 'g', 17)
+                                                        : v.toString());
+        out << cells.join(QLatin1Char('|'));
+    }
+    return out;
+}
+
 } // namespace bom::db

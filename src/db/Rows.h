@@ -27,6 +27,9 @@ public:
     QString text(std::size_t row, const QString& column) const {
         return value(row, column).toString();
     }
+    // Each row as one text, its values joined by "|": NULL as "NULL", numbers exactly. What
+    // two ways of writing the same rows are compared by.
+    QStringList asText() const;
 
 private:
     QStringList columns_;

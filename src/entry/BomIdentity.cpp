@@ -22,6 +22,17 @@ db::SqlCondition BomIdentity::matches(const QString& codeColumn, const QString& 
     return out;
 }
 
+QString BomIdentity::headersMatch(const QString& one, const QString& other) {
+    QString sql = QStringLiteral("%1.cpspcode=%2.cpspcode and COALESCE(%1.csocode,'')="
+                                 "COALESCE(%2.csocode,'')")
+                      .arg(one, other);
+    for (int i = 1; i <= 10; ++i)
+        sql += QStringLiteral(" and COALESCE(%1.cfree%3,'')=COALESCE(%2.cfree%3,'')")
+                   .arg(one, other)
+                   .arg(i);
+    return sql;
+}
+
 QString BomIdentity::headerMatchesLine(const QString& header, const QString& line) {
     const QString none = QStringLiteral("'%1'").arg(QLatin1String(kNoSalesOrder));
     QString sql = QStringLiteral("%1.cpspcode=%2.cpscode and COALESCE(%1.csocode,%3)="

@@ -20,6 +20,10 @@ struct BomIdentity {
     // COALESCE(csocode,'')=? and COALESCE(cfree1,'')=? …", columns prefixed with `alias.`.
     db::SqlCondition matches(const QString& codeColumn, const QString& alias = {}) const;
 
+    // Rule one between two stored headers in a join: same parent, sales order and free items,
+    // a missing value equal to an empty one.
+    static QString headersMatch(const QString& one, const QString& other);
+
     // Rule two, a header against a component line in a join: same code, same sales order (a
     // missing one on both sides is the all-zero GUID) and same free items.
     static QString headerMatchesLine(const QString& header, const QString& line);

@@ -20,19 +20,9 @@ const QString kWh100 = QStringLiteral("{48694C8D-1E51-5107-96C2-EF5644A8201E}");
 const QString kFk100 = QStringLiteral("{7E87ACF0-F0A5-5AC4-BB48-8170C3293257}"); // one line
 const QString kTitle = QStringLiteral("批量处理");
 
-// Rows as exact text: every value with its type, doubles to the last bit.
+// Rows as exact text, doubles to the last bit.
 QStringList dump(db::Database& db, const QString& sql, const db::Params& params = {}) {
-    const db::Rows rows = db.query(sql, params);
-    QStringList out;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        QStringList cells;
-        for (const QVariant& v : rows.at(i))
-            cells << (v.isNull()                        ? QStringLiteral("NULL")
-                      : v.typeId() == QMetaType::Double ? QString::number(v.toDouble(), 'g', 17)
-                                                        : v.toString());
-        out << cells.join('|');
-    }
-    return out;
+    return db.query(sql, params).asText();
 }
 
 } // namespace

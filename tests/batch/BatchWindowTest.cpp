@@ -1,4 +1,3 @@
-#include "app/WindowHandover.h"
 #include "batch/BatchDialog.h"
 #include "batch/BatchPreviewDialog.h"
 #include "batch/BatchRunsDialog.h"
@@ -20,9 +19,6 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-[[maybe_unused]] const auto* const gui =
-    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
-
 const QString kBk200 = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}");
 const QString kBk200Order = QStringLiteral("{090D4316-FD7F-5F3D-AD91-F241FEFD8DF6}");
 
@@ -34,19 +30,12 @@ void type(QLineEdit* edit, const QString& text) {
     emit edit->editingFinished();
 }
 
-void click(QWidget* parent, const char* button) {
-    auto* b = parent->findChild<QPushButton*>(QLatin1String(button));
-    ASSERT_TRUE(b) << button;
-    b->click();
-}
-
 } // namespace
 
-class BatchWindowTest : public test::DemoListWindowTest {
+class BatchWindowTest : public test::HandoverListWindowTest {
 protected:
-    BatchWindowTest() : DemoListWindowTest(withEveryWindow()) {}
     void SetUp() override {
-        DemoListWindowTest::SetUp();
+        HandoverListWindowTest::SetUp();
         ASSERT_TRUE(open());
     }
     QStringList wasteRates(const QString& component) {
@@ -89,10 +78,10 @@ TEST_P(BatchWindowTest, ListHandsOverTheLineAndUndoesTheRunFromItsRunsWindow) {
             EXPECT_EQ(dialog->lineEditor(QStringLiteral("cwhcode"))->text(), QString());
             EXPECT_EQ(dialog->lineEditor(QStringLiteral("cwhcode"))->placeholderText(),
                       QStringLiteral("02"));
-            click(dialog, "cmdSave");
+            test::clickButton(dialog, "cmdSave");
             EXPECT_TRUE(dialog->isVisible()); // nothing set: it stays open
             type(dialog->lineEditor(QStringLiteral("iwasterate")), QStringLiteral("5"));
-            click(dialog, "cmdSave");
+            test::clickButton(dialog, "cmdSave");
         });
     EXPECT_EQ(caption, QStringLiteral("SD100--批量修改"));
     EXPECT_TRUE(currentLine.contains(QStringLiteral("子件编码=\"SD100\"")))
@@ -162,7 +151,7 @@ TEST_P(BatchWindowTest, EditorsCheckOnLeavingAndPreviewShowsWhatTheSaveWrites) {
 
     // The sales-order browse offers the orders the selected parents have BOMs for.
     int offered = 0;
-    test::answerModals([&] { click(&dialog, "csocodeBrw"); },
+    test::answerModals([&] { test::clickButton(&dialog, "csocodeBrw"); },
                        [&](QWidget* modal) {
                            if (auto* r = qobject_cast<list::ReferenceDialog*>(modal)) {
                                offered = r->loadedRows();
@@ -192,8 +181,8 @@ TEST_P(BatchWindowTest, EditorsCheckOnLeavingAndPreviewShowsWhatTheSaveWrites) {
                            }
                        });
     EXPECT_EQ(previewed, 2);
-    EXPECT_TRUE(after.contains(QStringLiteral("cpscode=RM100"))) << after.toStdString();
-    EXPECT_TRUE(after.contains(QStringLiteral("ipsquantity=2"))) << after.toStdString();
+    EXPECT_TRUE(after.contains(QStringLiteral("子件编码=RM100"))) << after.toStdString();
+    EXPECT_TRUE(after.contains(QStringLiteral("基本用量分子=2"))) << after.toStdString();
     EXPECT_EQ(lines(), 0);
 
     EXPECT_TRUE(dialog.save());

@@ -487,15 +487,40 @@ TEST_P(SaveTest, AKilledSaveLeavesNothingBehind) {
                 QStringLiteral("--user"), QStringLiteral("demo")});
     ASSERT_TRUE(save.waitForStarted());
     auto observer = db::Database::open(account->url());
-    // Once its session holds the function lock it is reading and writing the card.
-    for (int i = 0;
-         i < 400 && observer->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt() == 0;
-         ++i)
-        QThread::msleep(5);
-    QThread::msleep(400);
+    // Killed as soon as its session, holding the function lock, is inside the write of the card:
+    // a fixed delay would let a fast machine finish the save first.
+    const auto writing = [&observer] {
+        if (observer->isPostgres())
+            return observer
+                       ->scalar(QStringLiteral(
+                           "SELECT count(*) FROM pg_locks l JOIN pg_class c ON c.oid = l.relation "
+                           "WHERE c.relname IN ('productstructure', 'productstructures') "
+                           "AND l.mode = 'RowExclusiveLock' AND l.pid <> pg_backend_pid()"))
+                       .toInt() > 0;
+        try {
+            observer->exec(QStringLiteral("BEGIN IMMEDIATE"));
+        } catch (const std::exception&) {
+            return true; // another connection holds the write lock
+        }
+        observer->exec(QStringLiteral("ROLLBACK"));
+        return false;
+    };
+    if (!observer->isPostgres())
+        observer->exec(QStringLiteral("PRAGMA busy_timeout=0"));
+    bool locked = false;
+    for (int i = 0; i < 4000 && !locked; ++i) {
+        locked = observer->scalar(QStringLiteral("SELECT count(*) FROM sys_lock")).toInt() > 0;
+        if (!locked)
+            QThread::msleep(2);
+    }
+    ASSERT_TRUE(locked) << "the save never took its function lock";
+    bool inWrite = false;
+    for (int i = 0; i < 20000 && !(inWrite = writing()); ++i)
+        QThread::usleep(500);
     ::kill(pid_t(save.processId()), SIGKILL);
     save.waitForFinished();
     ASSERT_EQ(save.exitStatus(), QProcess::CrashExit) << "the save finished before it was killed";
+    ASSERT_TRUE(inWrite) << "the save was never seen writing";
     EXPECT_EQ(
         observer
             ->scalar(QStringLiteral("SELECT count(*) FROM ProductStructure WHERE cpspcode='SD100'"))

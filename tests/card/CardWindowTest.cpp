@@ -38,9 +38,6 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-[[maybe_unused]] const auto* const gui =
-    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
-
 const QString kMountainBike = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}"); // BK200
 const QString kFrame = QStringLiteral("{68A4B30F-4353-573A-8925-97479D304B80}");        // FR100
 

@@ -51,9 +51,6 @@ using namespace bom;
 
 namespace {
 
-[[maybe_unused]] const auto* const gui =
-    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
-
 using test::modalOpenedBy;
 using test::press;
 

@@ -21,18 +21,14 @@ using Answer = suite::Prompter::Answer;
 
 namespace {
 
-[[maybe_unused]] const auto* const gui =
-    ::testing::AddGlobalTestEnvironment(new test::GuiEnvironment);
-
 const QString kBk200 = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}");
 
 } // namespace
 
-class StructureWindowTest : public test::DemoListWindowTest {
+class StructureWindowTest : public test::HandoverListWindowTest {
 protected:
-    StructureWindowTest() : DemoListWindowTest(withEveryWindow()) {}
     void SetUp() override {
-        DemoListWindowTest::SetUp();
+        HandoverListWindowTest::SetUp();
         ASSERT_TRUE(open());
     }
 };

@@ -24,6 +24,14 @@ list::ProductListWindow* ListWindowSession::window() const {
                     : nullptr;
 }
 
+void ListWindowSession::close() {
+    if (product_ && product_->session().running())
+        window()->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    product_.reset();
+    login_.reset();
+}
+
 int DemoListWindowTest::parentRow(const QString& id) {
     list::PagedQueryModel& model = window()->parentModel();
     model.fetchAll();
@@ -33,18 +41,10 @@ int DemoListWindowTest::parentRow(const QString& id) {
     return -1;
 }
 
-list::ProductListWindowFactory DemoListWindowTest::withEveryWindow() {
-    return list::ProductListWindowFactory{[](entry::Session& session, list::ProductListWindow& w) {
-        return std::make_unique<app::WindowHandover>(session, &w);
-    }};
-}
-
-void ListWindowSession::close() {
-    if (product_ && product_->session().running())
-        window()->close();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    product_.reset();
-    login_.reset();
-}
+HandoverListWindowTest::HandoverListWindowTest()
+    : DemoListWindowTest(list::ProductListWindowFactory{
+          [](entry::Session& session, list::ProductListWindow& window) {
+              return std::make_unique<app::WindowHandover>(session, &window);
+          }}) {}
 
 } // namespace bom::test

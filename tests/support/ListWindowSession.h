@@ -56,14 +56,19 @@ protected:
     }
     list::ProductListWindow* window() { return ui.window(); }
     entry::Session& session() { return ui.product().session(); }
-    // The row of the BOM `id` in the parent list (read to its end), or -1.
+    // The row of the parent list that shows BOM `id` (read to its end), or -1.
     int parentRow(const QString& id);
-    // The list as the program opens it, handing over to every window of the module.
-    static list::ProductListWindowFactory withEveryWindow();
 
     std::unique_ptr<db::Database> db;
     ListWindowSession ui;
     suite::ScriptedPrompter& prompter = ui.prompter;
+};
+
+// The same with what the program's list opens over itself: the card, batch, colour/size and
+// structure windows.
+class HandoverListWindowTest : public DemoListWindowTest {
+protected:
+    HandoverListWindowTest();
 };
 
 } // namespace bom::test

@@ -4,11 +4,22 @@
 #include <QDialog>
 #include <QKeyEvent>
 #include <QPointer>
+#include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <gtest/gtest.h>
 
 namespace bom::test {
+namespace {
+
+class GuiEnvironment : public ::testing::Environment {
+public:
+    void SetUp() override { ensureGuiApplication(); }
+};
+[[maybe_unused]] const auto* const gui = ::testing::AddGlobalTestEnvironment(new GuiEnvironment);
+
+} // namespace
 
 void ensureGuiApplication() {
     if (QCoreApplication::instance())
@@ -63,6 +74,12 @@ QString modalOpenedBy(const std::function<void()>& action) {
 void press(QWidget* target, int key, Qt::KeyboardModifiers modifiers) {
     QKeyEvent event(QEvent::KeyPress, key, modifiers);
     QCoreApplication::sendEvent(target, &event);
+}
+
+void clickButton(QWidget* parent, const char* button) {
+    auto* found = parent->findChild<QPushButton*>(QLatin1String(button));
+    ASSERT_TRUE(found) << button;
+    found->click();
 }
 
 } // namespace bom::test

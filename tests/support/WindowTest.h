@@ -3,7 +3,6 @@
 #include <QString>
 #include <Qt>
 #include <functional>
-#include <gtest/gtest.h>
 
 class QWidget;
 
@@ -11,14 +10,8 @@ namespace bom::test {
 
 // A QApplication on the offscreen platform (unless another is asked for), made before any
 // account makes a plain QCoreApplication; what the windows remember goes to a temporary folder.
+// Every window test binary has it made before its first test.
 void ensureGuiApplication();
-
-// Registered by every window test program: the QApplication comes before any account makes a
-// plain QCoreApplication.
-class GuiEnvironment : public ::testing::Environment {
-public:
-    void SetUp() override { ensureGuiApplication(); }
-};
 
 // Runs `action` and names the first modal dialog it opened (closing it again), or "".
 QString modalOpenedBy(const std::function<void()>& action);
@@ -29,5 +22,8 @@ void answerModals(const std::function<void()>& action,
                   const std::function<void(QWidget* modal)>& respond);
 
 void press(QWidget* target, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+
+// Clicks the push button named `button` among `parent`'s children; a test failure if none.
+void clickButton(QWidget* parent, const char* button);
 
 } // namespace bom::test

@@ -24,5 +24,6 @@ std::vector<Command> listCommands();
 std::vector<Command> optionsCommands();
 std::vector<Command> printCommands();
 std::vector<Command> structureCommands();
+std::vector<Command> variantsCommands();
 
 } // namespace bom::app
