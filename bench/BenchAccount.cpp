@@ -58,6 +58,13 @@ QString taggedUrl(const QString& url, const QString& tag) {
     return url + QLatin1Char('_') + tag; // a PostgreSQL database name
 }
 
+suite::Account::GenerateOptions deepFamilies() {
+    suite::Account::GenerateOptions shape{100000, 8, 10, 1};
+    shape.share = 4;
+    shape.family = 50;
+    return shape;
+}
+
 QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& shape) {
     return taggedUrl(url, QStringLiteral("b%1_d%2_f%3_s%4_w%5_r%6")
                               .arg(shape.boms)

@@ -31,6 +31,9 @@ std::unique_ptr<db::Database> openGeneratedAccount(const QString& url, int boms)
 // The same for an account of another shape, kept at shapedUrl(url, shape).
 std::unique_ptr<db::Database> openGeneratedAccount(const QString& url,
                                                    const suite::Account::GenerateOptions& shape);
+// The deep account several benchmarks share: 100,000 BOMs over 8 levels of product families of
+// 50 items, each sub-assembly drawn by 4 parents, so the paths up from a low one multiply.
+suite::Account::GenerateOptions deepFamilies();
 // `url` with the shape in the file or database name, so that every shape has its own account.
 QString shapedUrl(const QString& url, const suite::Account::GenerateOptions& shape);
 

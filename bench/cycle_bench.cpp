@@ -276,9 +276,7 @@ int main(int argc, char** argv) {
         runs.walk = QString::fromLocal8Bit(argv[4]).toInt();
 
     // Deep product families whose sub-assemblies have 4 parents each: paths multiply upward.
-    suite::Account::GenerateOptions shared{100000, 8, 10, 1};
-    shared.share = 4;
-    shared.family = 50;
+    const suite::Account::GenerateOptions shared = bench::deepFamilies();
     bool agreed =
         benchShape(bench::openGeneratedAccount(url, shared), bench::shapedUrl(url, shared),
                    QStringLiteral("cycle shared d8 s4 w50"), shared.depth, runs);

@@ -115,9 +115,7 @@ int main(int argc, char** argv) {
     bench::openGeneratedAccount(url, 100000);
     bool agreed = benchShape(url, QStringLiteral("tree of the largest structure d3"), runs);
     // Deep product families: a sub-assembly appears under many paths.
-    suite::Account::GenerateOptions shared{100000, 8, 10, 1};
-    shared.share = 4;
-    shared.family = 50;
+    const suite::Account::GenerateOptions shared = bench::deepFamilies();
     bench::openGeneratedAccount(url, shared);
     agreed = benchShape(bench::shapedUrl(url, shared),
                         QStringLiteral("tree of the largest structure d8 s4"), runs) &&

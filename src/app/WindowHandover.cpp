@@ -5,6 +5,7 @@
 #include "batch/BatchTexts.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
+#include "structure/StructureWindow.h"
 #include "variants/ColourSizeDialog.h"
 
 namespace bom::app {
@@ -36,6 +37,10 @@ void WindowHandover::openBatch(const QString& operation, const std::vector<list:
 
 void WindowHandover::openBatchRuns() {
     batch::BatchRunsDialog(session(), list()).exec();
+}
+
+void WindowHandover::openStructure(const QString& headerId) {
+    structure::StructureWindow::open(session(), headerId, list());
 }
 
 void WindowHandover::openColourSize(const QString& mode, const list::ListRow& parent) {

@@ -16,7 +16,8 @@ namespace {
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
     for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands,
-                       batchCommands, printCommands, variantsCommands, spreadsheetCommands})
+                       batchCommands, printCommands, variantsCommands, structureCommands,
+                       spreadsheetCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -50,6 +51,19 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("    (code, alias); --generate/--delete: run, created, deleted, kept");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");
     std::puts("  print: pdf, pages, template");
+    std::puts("  explode: iautoid, rows (level, path, cinvcode, cinvname, qty, cum_qty, iautoid,");
+    std::puts("    autoid, cost; in display order; qty per unit of the row's parent, cum_qty per");
+    std::puts(
+        "    unit of the top, iautoid the row's own BOM or \"\"), loops (each a path of codes),");
+    std::puts("    material, total; --summary: rows (cinvcode, cinvname, qty, cunit, cost)");
+    std::puts(
+        "  where-used: rows (level, cpspcode, iautoid, csocode, qty: of the item per unit of");
+    std::puts("    that BOM's parent)");
+    std::puts("  cost: rows (iautoid, cpspcode, csocode, level, material, total, stored_material,");
+    std::puts("    stored_total, differs, approved); --write: run, written");
+    std::puts(
+        "  compare: diff (cinvcode, path, change added|removed|changed, fields {name:[a,b]}),");
+    std::puts("    cost (material_a, material_b, total_a, total_b, difference)");
     std::puts("  export: file, rows    import: refused (row, field, message), boms (iautoid,");
     std::puts(
         "    cpspcode, csocode, created, row, lines), written, run (undo it with batch undo)");

@@ -5,6 +5,7 @@
 #include "bomservice/BomRuns.h"
 #include "bomservice/BomSaver.h"
 #include "bomservice/LineDescriber.h"
+#include "bomservice/LowLevelCodes.h"
 #include "db/BoundList.h"
 #include "db/BoundRows.h"
 #include "db/Database.h"
@@ -97,6 +98,8 @@ qlonglong BatchWriter::write(const BatchPlan& plan, const QString& description,
     flush();
     runs.Bumped(run, boms, BatchScope::changeKind(plan.operation));
     bomservice::BomSaver(session_).SaveQuantityTotals(plan.changedParents(), components(plan));
+    if (plan.operation != Operation::Modify) // a modify leaves every component where it was
+        bomservice::LowLevelCodes(db).Update(plan.changedParents(), components(plan));
     recordHistory(plan, run);
     entry::BomVisibility(db).RefreshBoms(boms);
     if (plan.operation == Operation::Add)

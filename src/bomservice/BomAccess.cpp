@@ -1,6 +1,7 @@
 #include "BomAccess.h"
 
 #include "db/BoundList.h"
+#include "entry/BomIdentity.h"
 #include "entry/RowAuthFilter.h"
 #include "entry/Session.h"
 
@@ -43,6 +44,31 @@ QString BomAccess::HeaderOfLine(const QVariant& autoid) const {
             ->scalar(QStringLiteral("select ipid from ProductStructures where autoid=?"), {id})
             .toString();
     return MayTouch(headerId) ? headerId : QString();
+}
+
+QString BomAccess::BomNamed(const QString& idOrCode) const {
+    const QString named = idOrCode.trimmed();
+    if (named.isEmpty())
+        return {};
+    if (MayTouch(named))
+        return named;
+    const db::SqlCondition sql =
+        db::sqlText(QStringLiteral("select h.iautoid from ProductStructure h where ")) +
+        entry::BomIdentity{named, {}, {}}.matches(QStringLiteral("cpspcode"), QStringLiteral("h")) +
+        VisibleOnly(QStringLiteral("h")) +
+        db::sqlText(QStringLiteral(" order by h.iautoid LIMIT 1"));
+    return session_.gConn->scalar(sql.sql, sql.params).toString();
+}
+
+db::SqlCondition BomAccess::VisibleOnly(const QString& header) const {
+    const db::SqlCondition filter = entry::RowAuthFilter(session_).GetBomAuthFilter();
+    if (filter.isEmpty())
+        return {};
+    // The filter is written over the list's view; a keyed look-up per BOM asked about.
+    return db::sqlText(QStringLiteral(" and exists (select 1 from pp_q_bomtreet where "
+                                      "pp_q_bomtreet.iautoid=%1.iautoid")
+                           .arg(header)) +
+           filter + db::sqlText(QStringLiteral(")"));
 }
 
 } // namespace bom::bomservice

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "db/SqlCondition.h"
+
 #include <QSet>
 #include <QString>
 #include <QStringList>
@@ -24,6 +26,12 @@ public:
     // The header id of the line when its BOM may be touched; empty when the line is gone or
     // its BOM is hidden.
     QString HeaderOfLine(const QVariant& autoid) const;
+    // The BOM a planner names: a BOM id, or an item code for the item's default BOM (no sales
+    // order, empty free items). Empty when there is none he may touch.
+    QString BomNamed(const QString& idOrCode) const;
+    // Appended to a WHERE over ProductStructure `header`: his list shows that BOM. Empty when
+    // his rights are unrestricted.
+    db::SqlCondition VisibleOnly(const QString& header) const;
 
 private:
     entry::Session& session_;

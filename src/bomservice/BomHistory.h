@@ -49,6 +49,9 @@ public:
         QString oldValue;
         QString newValue;
         QString line; // the line's autoid as text; empty for the header
+        // The whole line as it was (a JSON object of its columns), for an entry that removes
+        // it or puts it back as something else; empty otherwise.
+        QString row = {};
     };
     struct Entry {
         QDateTime time;
@@ -63,6 +66,8 @@ public:
     };
 
     explicit BomHistory(db::Database& db) : db_(db) {}
+
+    static QString timeText(const QDateTime& time); // as entries are stamped
 
     // Differences between a BOM as stored before (header and lines read from the tables,
     // std::nullopt for a new BOM) and the card as saved (its lines carrying their autoids).
@@ -96,6 +101,19 @@ public:
 
     // The BOM's history, newest first.
     std::vector<Entry> read(const QString& headerId);
+
+    // The BOM as it stood at `time`: the stored BOM with every later entry of its history
+    // undone, newest first (header fields and line fields back to their old values, lines
+    // added since dropped, lines removed since back as they were). std::nullopt when the BOM
+    // is not there now or was made after `time`. Substitutes are not rebuilt.
+    std::optional<BomCard> readAt(const QString& headerId, const QDateTime& time);
+
+    // The removal of the stored line `autoid` as a card save records it; std::nullopt when the
+    // line is not there. For a write that removes a line outside a card.
+    std::optional<Change> lineRemoval(const QVariant& autoid);
+
+    // A row as the history keeps it (Change::row).
+    static QString rowText(const RowSet& rows, int row);
 
 private:
     db::Database& db_;

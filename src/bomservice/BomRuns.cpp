@@ -5,12 +5,14 @@
 #include "BomSaver.h"
 #include "Guards.h"
 #include "LineDescriber.h"
+#include "LowLevelCodes.h"
 #include "db/BoundList.h"
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomIdentity.h"
 #include "entry/BomVisibility.h"
+#include "entry/Format.h"
 #include "entry/Session.h"
 #include "suite/Prompter.h"
 
@@ -276,9 +278,11 @@ void BomRuns::recordUndo(qlonglong run) {
         QString headerId;
         QString was;
         QString back;
+        QString row; // the line as it is now, whole
     };
     QHash<qlonglong, Pair> byLine;
     QList<qlonglong> order;
+    const RowSet nowRows = RowSet::fromRows(now);
     auto take = [&](const db::Rows& rows, bool current) {
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const qlonglong line = rows.value(i, "autoid").toLongLong();
@@ -287,6 +291,8 @@ void BomRuns::recordUndo(qlonglong run) {
             Pair& pair = byLine[line];
             pair.headerId = rows.text(i, "ipid");
             (current ? pair.was : pair.back) = describer.describe(rows, rows.at(i));
+            if (current)
+                pair.row = BomHistory::rowText(nowRows, int(i));
         }
     };
     take(now, true);
@@ -296,26 +302,63 @@ void BomRuns::recordUndo(qlonglong run) {
         const Pair& pair = byLine[line];
         changes.push_back({pair.headerId,
                            {QLatin1String(BomHistory::kRunUndone), QString(), pair.was, pair.back,
-                            QString::number(line)}});
+                            QString::number(line), pair.row}});
     }
+    recordHeadersUndone(run, changes);
     BomHistory(db).record(changes, session_.gUserId, run);
+}
+
+void BomRuns::recordHeadersUndone(qlonglong run, std::vector<BomHistory::BomChange>& changes) {
+    db::Database& db = *session_.gConn;
+    const db::Rows back =
+        db.query(QStringLiteral("select * from sys_bom_run_header where irunid=?"), {run});
+    if (back.empty())
+        return;
+    const db::Rows now =
+        db.query(QStringLiteral("select * from ProductStructure where iautoid in (select iautoid "
+                                "from sys_bom_run_header where irunid=?)"),
+                 {run});
+    QHash<QString, std::size_t> nowAt;
+    for (std::size_t i = 0; i < now.size(); ++i)
+        nowAt.insert(now.text(i, "iautoid"), i);
+    // Each header field the undo puts back, as it is now and as it was.
+    for (std::size_t i = 0; i < back.size(); ++i) {
+        const QString id = back.text(i, "iautoid");
+        const auto found = nowAt.constFind(id);
+        if (found == nowAt.constEnd())
+            continue;
+        for (const QString& column : now.columns()) {
+            const QString field = column.toLower();
+            if (field == QLatin1String("qzts") || field == QLatin1String("id"))
+                continue;
+            const QString was = entry::StoredText(now.value(*found, column));
+            const QString before = entry::StoredText(back.value(i, column));
+            if (was != before)
+                changes.push_back(
+                    {id, {QLatin1String(BomHistory::kRunUndone), field, was, before, QString()}});
+        }
+    }
 }
 
 void BomRuns::restore(qlonglong run) {
     db::Database& db = *session_.gConn;
-    // The parents of every line the run made, changed or removed, as the lines are now and as
-    // they were, for the quantity totals.
-    const db::Rows rows = db.query(
-        QStringLiteral("select cpspcode from sys_bom_run_line where irunid=? union "
-                       "select cpspcode from ProductStructures where autoid in (select "
+    // The (parent, component) pairs of every line the run made, changed or removed, as the
+    // lines are now and as they were, for the quantity totals.
+    const db::Rows pairs = db.query(
+        QStringLiteral("select cpspcode, cpscode from sys_bom_run_line where irunid=? union "
+                       "select cpspcode, cpscode from ProductStructures where autoid in (select "
                        "autoid from sys_bom_run_line where irunid=?) or autoid in (select autoid "
                        "from sys_bom_run_created where irunid=? and autoid is not null) or ipid "
                        "in (select iautoid from sys_bom_run_created where irunid=? and autoid is "
                        "null)"),
         {run, run, run, run});
-    QStringList parents;
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        parents << rows.text(i, "cpspcode");
+    QStringList parents, components;
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        parents << pairs.text(i, "cpspcode");
+        components << pairs.text(i, "cpscode");
+    }
+    parents.removeDuplicates();
+    components.removeDuplicates();
     // What the run made goes: its lines with their substitutes, and whole BOMs it created.
     db.exec(QStringLiteral("delete from ProstruOpt where AutoID in (select autoid from "
                            "sys_bom_run_created where irunid=? and autoid is not null)"),
@@ -368,7 +411,8 @@ void BomRuns::restore(qlonglong run) {
 
     // The totals are sums of the lines: worked out again for every pair the lines touched
     // before and after, which gives them back as they were when nothing else moved them.
-    BomSaver(session_).SaveQuantityTotals(parents);
+    BomSaver(session_).SaveQuantityTotals(parents, components);
+    LowLevelCodes(db).Update(parents, components);
 }
 
 } // namespace bom::bomservice

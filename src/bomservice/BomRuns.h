@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BomHistory.h"
 #include "db/SqlCondition.h"
 
 #include <QDateTime>
@@ -76,6 +77,8 @@ private:
     QStringList remadeBoms(qlonglong run);
     void restore(qlonglong run);
     void recordUndo(qlonglong run);
+    // The header fields the undo puts back, added to `changes`.
+    void recordHeadersUndone(qlonglong run, std::vector<BomHistory::BomChange>& changes);
 
     entry::Session& session_;
     QStringList refused_;

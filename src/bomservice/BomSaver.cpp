@@ -5,6 +5,7 @@
 #include "BomHistory.h"
 #include "BomValidator.h"
 #include "Guards.h"
+#include "LowLevelCodes.h"
 #include "RowWriter.h"
 #include "ServiceTexts.h"
 #include "db/BoundList.h"
@@ -168,6 +169,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     LinkLineChildren(headerId);
     LinkSalesOrder(headerId, card.header.text(0, QStringLiteral("csocode")));
     SaveQuantityTotals(parents);
+    LowLevelCodes(db).Update(parents);
     if (!BomValidator(session_).CheckLineDuplicatesInDb(headerId))
         return false; // the rule has shown its message
     db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "db/Rows.h"
-#include "db/SqlCondition.h"
 
 #include <QString>
 #include <QStringList>
@@ -12,6 +11,8 @@ class Session;
 }
 
 namespace bom::bomservice {
+
+class BomWalk;
 
 // One node of a card's BOM tree, in display order (pre-order: a node, then its sub-tree).
 struct BomTreeNode {
@@ -25,7 +26,7 @@ struct BomTreeNode {
 
 // The card's parent with, at every level, the components that have BOMs of their own (a line's
 // childguid). A shared sub-assembly appears under every parent that uses it. Read level by
-// level, one query per level; BOMs hidden from the operator are left out.
+// level, one query per level (BomWalk); BOMs hidden from the operator are left out.
 class BomTree {
 public:
     explicit BomTree(entry::Session& session) : session_(session) {}
@@ -37,19 +38,8 @@ public:
     QStringList reachableBoms(const QString& headerId);
 
 private:
-    struct Link {
-        QString parentId;
-        BomTreeNode child;
-    };
-    // Appended to a WHERE over ProductStructure h: the operator's list shows the BOM.
-    db::SqlCondition visibleOnly() const;
     db::Rows root(const QString& headerId) const;
-    // The visible BOMs the lines of these BOMs name, in line order per parent.
-    std::vector<Link> childrenOf(const QStringList& parentIds) const;
-    static bool isOnPath(const std::vector<BomTreeNode>& built, int node, const QString& id);
-    // Display order of the nodes built level by level, parents as output indices.
-    static std::vector<BomTreeNode> preOrder(const std::vector<BomTreeNode>& built,
-                                             const std::vector<std::vector<int>>& children);
+    BomWalk walk() const;
 
     entry::Session& session_;
 };

@@ -5,6 +5,7 @@
 #include "BomHistory.h"
 #include "BomSaver.h"
 #include "BomValidator.h"
+#include "LowLevelCodes.h"
 #include "ServiceTexts.h"
 #include "db/BoundList.h"
 #include "db/DbError.h"
@@ -142,6 +143,7 @@ QStringList BomGuards::RemoveStoredBoms(const QStringList& headerIds, qlonglong 
         db::SqlCondition{QStringLiteral("lower(ccardnum)=? and "), {QLatin1String(kCardNumber)}} +
             db::BoundList::in(dialect, QStringLiteral("ivoucherid"), voucherIds));
     BomSaver(session_).SaveQuantityTotals(parents);
+    LowLevelCodes(db).Update(parents);
     entry::BomVisibility(db).RefreshBoms(removed);
     std::vector<BomHistory::BomChange> changes;
     changes.reserve(std::size_t(removed.size()));

@@ -36,6 +36,8 @@ public:
     virtual void showHistory(const QString& headerId,
                              const std::vector<bomservice::BomHistory::Entry>& entries) = 0;
     virtual void showAttachments(const QString& headerId) = 0;
+    // STRUCTURE: the structure tools over the stored BOM shown.
+    virtual void showStructure(const QString& headerId) = 0;
     // The card on display through the print template (CardPrinter lays it out): printed,
     // previewed, or exported as CSV.
     virtual void print(PrintMode mode, int printTemplateId) = 0;

@@ -57,4 +57,8 @@ void CardHandover::openBatchRuns() {
     pending_.openBatchRuns();
 }
 
+void CardHandover::openStructure(const QString& headerId) {
+    pending_.openStructure(headerId);
+}
+
 } // namespace bom::card

@@ -28,6 +28,7 @@ public:
                    const std::vector<list::ListRow>& lines) override;
     void openColourSize(const QString& mode, const list::ListRow& parent) override;
     void openBatchRuns() override;
+    void openStructure(const QString& headerId) override;
 
     // The dispatcher's command that starts the card in `mode`; "" to only show the BOM.
     static QString commandOf(CardMode mode);

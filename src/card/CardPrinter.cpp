@@ -3,7 +3,7 @@
 #include "bomservice/BomCardLoader.h"
 #include "clsVoucher.h"
 #include "entry/Session.h"
-#include "list/ListPrinter.h"
+#include "entry/TableExport.h"
 
 #include <QIODevice>
 #include <QStringList>
@@ -40,13 +40,6 @@ std::vector<CardField> filledOf(const std::vector<CardField>& fields,
             }))
             out.push_back(field);
     return out;
-}
-
-QString csvLine(const QStringList& fields) {
-    QStringList quoted;
-    for (const QString& field : fields)
-        quoted << list::ListPrinter::csvField(field);
-    return quoted.join(QLatin1Char(',')) + QStringLiteral("\r\n");
 }
 
 } // namespace
@@ -107,25 +100,21 @@ bool CardPrinter::writeCsv(QIODevice& out, const bomservice::BomCard& card,
                            const CardLayout& layout, QString* error) {
     QString text;
     for (const CardField& field : layout.header)
-        text += csvLine({field.caption, field.text(card.header.value(0, field.name))});
+        text += entry::TableExport::csvLine(
+            {field.caption, field.text(card.header.value(0, field.name))});
     if (layout.hasBodyGrid && !layout.body.empty()) {
         QStringList captions;
         for (const CardField& field : layout.body)
             captions << field.caption;
-        text += QStringLiteral("\r\n") + csvLine(captions);
+        text += QStringLiteral("\r\n") + entry::TableExport::csvLine(captions);
         for (int row : card.lines.notDeletedRows()) {
             QStringList values;
             for (const CardField& field : layout.body)
                 values << field.text(card.lines.value(row, field.name));
-            text += csvLine(values);
+            text += entry::TableExport::csvLine(values);
         }
     }
-    const QByteArray data = QByteArray("\xEF\xBB\xBF") + text.toUtf8();
-    if (out.write(data) == data.size())
-        return true;
-    if (error)
-        *error = out.errorString();
-    return false;
+    return entry::TableExport::writeCsvText(out, text, error);
 }
 
 } // namespace bom::card

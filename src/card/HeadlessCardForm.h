@@ -35,6 +35,7 @@ public:
     void showHistory(const QString& headerId,
                      const std::vector<bomservice::BomHistory::Entry>& entries) override;
     void showAttachments(const QString& headerId) override { attachmentsShown << headerId; }
+    void showStructure(const QString& headerId) override { structuresShown << headerId; }
     void print(PrintMode mode, int printTemplateId) override;
 
     int closes = 0;
@@ -52,6 +53,7 @@ public:
     QString historyOf;
     std::vector<bomservice::BomHistory::Entry> history;
     QStringList attachmentsShown;
+    QStringList structuresShown;
     std::vector<PrintCall> prints;
 };
 

@@ -17,6 +17,7 @@
 #include "list/FileChooserDialog.h"
 #include "list/HtmlPrintDialog.h"
 #include "options/OptionsCardDialog.h"
+#include "structure/StructureWindow.h"
 #include "suite/qt/QtPrompter.h"
 
 #include <QAction>
@@ -93,6 +94,7 @@ const std::vector<VoucherSetWindow::Button>& VoucherSetWindow::buttons() {
         {QStringLiteral("Appedix"), QStringLiteral("附件")},
         {QStringLiteral("RowLoc"), QStringLiteral("定位")},
         {QStringLiteral("Log"), QStringLiteral("日志")},
+        {QStringLiteral("Structure"), QStringLiteral("结构")},
         {QStringLiteral("Paint"), QStringLiteral("刷新")},
         {QStringLiteral("ToFirst"), QStringLiteral("首张")},
         {QStringLiteral("ToPrevious"), QStringLiteral("上张")},
@@ -542,6 +544,10 @@ void VoucherSetWindow::showHistory(const QString&,
                                    const std::vector<bomservice::BomHistory::Entry>& entries) {
     HistoryDialog dialog(entries, document_.layout(), this);
     dialog.exec();
+}
+
+void VoucherSetWindow::showStructure(const QString& headerId) {
+    structure::StructureWindow::open(session_, headerId, this);
 }
 
 bool VoucherSetWindow::openSubstitutes(const QString& lineAutoid, QString& error) {

@@ -90,6 +90,7 @@ public:
     void showHistory(const QString& headerId,
                      const std::vector<bomservice::BomHistory::Entry>& entries) override;
     void showAttachments(const QString& headerId) override;
+    void showStructure(const QString& headerId) override;
     void print(PrintMode mode, int printTemplateId) override;
 
     // The tree's width kept for the operator (setting "lw", in twips) and as pixels here.

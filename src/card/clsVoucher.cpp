@@ -24,10 +24,11 @@ using suite::Prompter;
 const QString kTitleText = CardTexts::title();
 
 // The toolbar's keys, lower case, in its order.
-const char* const kButtons[] = {"print",   "preview",    "output",  "add",    "modify", "erase",
-                                "tlbopt",  "copy",       "save",    "cancel", "addrow", "delrow",
-                                "picture", "cinvcode",   "appedix", "rowloc", "log",    "paint",
-                                "tofirst", "toprevious", "tonext",  "tolast", "help",   "exit"};
+const char* const kButtons[] = {"print",  "preview", "output",  "add",      "modify",
+                                "erase",  "tlbopt",  "copy",    "save",     "cancel",
+                                "addrow", "delrow",  "picture", "cinvcode", "appedix",
+                                "rowloc", "log",     "paint",   "tofirst",  "toprevious",
+                                "tonext", "tolast",  "help",    "exit",     "structure"};
 
 // What still runs while the body is shown summarised.
 bool runsSummarised(const QString& key) {
@@ -102,6 +103,7 @@ const QMap<QString, clsVoucher::Handler>& clsVoucher::handlers() {
         {QStringLiteral("PICTURE"), &clsVoucher::picture},
         {QStringLiteral("CINVCODE"), &clsVoucher::inventoryCard},
         {QStringLiteral("LOG"), &clsVoucher::history},
+        {QStringLiteral("STRUCTURE"), &clsVoucher::structure},
         {QStringLiteral("APPEDIX"), &clsVoucher::attachments},
         {QStringLiteral("HELP"), &clsVoucher::windowOnly},
         {QStringLiteral("EXIT"), &clsVoucher::windowOnly},
@@ -439,6 +441,13 @@ bool clsVoucher::history(const QString&, const QString&) {
     return true;
 }
 
+bool clsVoucher::structure(const QString&, const QString&) {
+    if (!hasCard())
+        return false;
+    form_.showStructure(state.sbomid);
+    return true;
+}
+
 bool clsVoucher::attachments(const QString&, const QString&) {
     if (!hasCard())
         return false;
@@ -538,7 +547,8 @@ QMap<QString, bool> clsVoucher::enabledButtons() const {
     QMap<QString, bool> out;
     for (const char* key : kButtons)
         out.insert(QLatin1String(key), false);
-    for (const char* key : {"print", "preview", "output", "copy", "paint", "log", "appedix"})
+    for (const char* key :
+         {"print", "preview", "output", "copy", "paint", "log", "appedix", "structure"})
         out[QLatin1String(key)] = browse;
     for (const char* key : {"modify", "erase"})
         out[QLatin1String(key)] = browse && !state.bCheck;

@@ -116,6 +116,7 @@ private:
     bool picture(const QString& key, const QString& extra);
     bool inventoryCard(const QString& key, const QString& extra);
     bool history(const QString& key, const QString& extra);
+    bool structure(const QString& key, const QString& extra);
     bool attachments(const QString& key, const QString& extra);
     bool windowOnly(const QString& key, const QString& extra);
     bool print(const QString& key, const QString& extra);

@@ -45,4 +45,11 @@ QString BomIdentity::headerMatchesLine(const QString& header, const QString& lin
     return sql;
 }
 
+QString BomIdentity::isDefaultBom(const QString& header) {
+    QString sql = QStringLiteral("COALESCE(%1.csocode,'')=''").arg(header);
+    for (int i = 1; i <= 10; ++i)
+        sql += QStringLiteral(" and COALESCE(%1.cfree%2,'')=''").arg(header).arg(i);
+    return sql;
+}
+
 } // namespace bom::entry

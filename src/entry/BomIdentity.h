@@ -27,6 +27,8 @@ struct BomIdentity {
     // Rule two, a header against a component line in a join: same code, same sales order (a
     // missing one on both sides is the all-zero GUID) and same free items.
     static QString headerMatchesLine(const QString& header, const QString& line);
+    // An item's default BOM: the header `header` has no sales order and empty free items.
+    static QString isDefaultBom(const QString& header);
 
     static constexpr const char* kNoSalesOrder = "00000000-0000-0000-0000-000000000000";
 };

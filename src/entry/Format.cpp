@@ -14,4 +14,12 @@ QVariant NullToStr(const QVariant& value) {
     return value.isNull() ? QVariant(QString()) : value;
 }
 
+QString StoredText(const QVariant& value) {
+    if (value.isNull())
+        return {};
+    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float)
+        return QString::number(value.toDouble(), 'g', 15);
+    return value.toString();
+}
+
 } // namespace bom::entry

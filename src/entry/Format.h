@@ -12,4 +12,7 @@ QString FormatByDigits(double value, int digits);
 // "" for a null value, otherwise the value itself.
 QVariant NullToStr(const QVariant& value);
 
+// A stored value as text: "" for null, a number to 15 significant digits, else its text.
+QString StoredText(const QVariant& value);
+
 } // namespace bom::entry

@@ -1,7 +1,9 @@
 #include "BomListCommands.h"
 
+#include "bomservice/BomHistory.h"
 #include "bomservice/BomSaver.h"
 #include "bomservice/Guards.h"
+#include "bomservice/LowLevelCodes.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomVisibility.h"
@@ -84,6 +86,11 @@ const std::vector<ToolbarKey>& BomListCommands::toolbarKeys() {
           {"batchRepl", QStringLiteral("批量替换"), QString(), 2, {}},
           {"batchDel", QStringLiteral("批量删除"), QString(), 2, {}},
           {"batchUndo", QStringLiteral("撤销批量操作"), QString(), 2, {}}}},
+        {"Structure",
+         QStringLiteral("结构"),
+         QStringLiteral("多阶展开、反查、成本卷算和比较"),
+         2,
+         {}},
         {"AllSelect", QStringLiteral("全选"), QStringLiteral("全部选定"), 3, {}},
         {"AllCancel", QStringLiteral("全消"), QStringLiteral("全部取消"), 3, {}},
         {"Auditing", QStringLiteral("审核"), QStringLiteral("审核"), 3, {}},
@@ -100,6 +107,11 @@ const std::vector<ToolbarKey>& BomListCommands::toolbarKeys() {
         {"Help", QStringLiteral("帮助"), QStringLiteral("操作帮助(F1)"), 5, {}},
         {"Exit", QStringLiteral("退出"), QStringLiteral("退出操作"), 5, {}},
     };
+    return keys;
+}
+
+const QStringList& BomListCommands::parentMenuKeys() {
+    static const QStringList keys{QStringLiteral("Structure")};
     return keys;
 }
 
@@ -179,6 +191,8 @@ bool BomListCommands::RunCommand(const QString& key) {
         return copy(ListHandover::CardMode::CopyAllLevels);
     else if (k == QLatin1String("allsingle"))
         return copy(ListHandover::CardMode::CopySingle);
+    else if (k == QLatin1String("structure"))
+        return structure();
     else if (k.startsWith(QLatin1String("batch")) && k != QLatin1String("batchdo"))
         return batch(k);
     else if (k == QLatin1String("allselect") || k == QLatin1String("allcancel"))
@@ -255,6 +269,16 @@ bool BomListCommands::copy(ListHandover::CardMode mode) {
     session_.gLogin->TaskExec(kTaskEdit, 0);
     view_.reload();
     return row.has_value();
+}
+
+bool BomListCommands::structure() {
+    const auto row = view_.currentParent();
+    if (!row) {
+        session_.ShowInfo(QStringLiteral("请选中修改行！"));
+        return false;
+    }
+    handover_.openStructure(row->text(QStringLiteral("iautoid")));
+    return true;
 }
 
 bool BomListCommands::DeleteCurrent() {
@@ -336,11 +360,16 @@ bool BomListCommands::deleteLine(const ListRow& line) {
                                                         "where autoid=?"),
                                          {autoid})
                                    .toString();
+        bomservice::BomHistory history(db);
+        const auto removal = history.lineRemoval(autoid);
         db.exec(QStringLiteral("delete from ProstruOpt where autoid=?"), {autoid});
         done =
             db.exec(QStringLiteral("delete from ProductStructures where autoid=?"), {autoid}) > 0;
         if (done) {
             bomservice::BomSaver(session_).SaveQuantityTotals({parent});
+            bomservice::LowLevelCodes(db).Update({parent});
+            if (removal)
+                history.record(line.text(QStringLiteral("ipid")), session_.gUserId, {*removal});
             entry::BomVisibility(db).RefreshBoms({line.text(QStringLiteral("ipid"))});
             writeDeletionLog(line);
             tx.commit();

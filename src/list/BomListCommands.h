@@ -47,6 +47,8 @@ public:
 
     const entry::DisplayTerms& terms() const { return terms_; }
     static const std::vector<ToolbarKey>& toolbarKeys();
+    // The keys the parent list's context menu offers, from the toolbar's.
+    static const QStringList& parentMenuKeys();
     // The command key of a keyboard shortcut (Qt key and modifiers), if it has one.
     static std::optional<QString> keyForShortcut(int key, Qt::KeyboardModifiers modifiers);
 
@@ -54,6 +56,7 @@ private:
     bool claimTask(const QString& code);
     bool modify();
     bool copy(ListHandover::CardMode mode);
+    bool structure(); // the structure tools over the current BOM
     bool deleteBom(const ListRow& row);
     bool deleteLine(const ListRow& line);
     void writeDeletionLog(const ListRow& line);

@@ -2,10 +2,11 @@
 
 #include "BomList.h"
 #include "entry/Common.h"
+#include "entry/Format.h"
 #include "entry/Session.h"
+#include "entry/TableExport.h"
 
 #include <QIODevice>
-#include <algorithm>
 #include <functional>
 
 namespace bom::list {
@@ -21,14 +22,6 @@ std::vector<suite::ColumnSetting> visible(const std::vector<suite::ColumnSetting
 
 QString bareName(const QString& name) {
     return name.mid(name.lastIndexOf('.') + 1).toLower();
-}
-
-QString cellText(const QVariant& value) {
-    if (value.isNull())
-        return {};
-    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float)
-        return QString::number(value.toDouble(), 'g', 15);
-    return value.toString();
 }
 
 QString caption(const suite::ColumnSetting& c) {
@@ -47,11 +40,7 @@ QString ListPrinter::html(const std::vector<ListRow>& boms) {
     const auto lineColumns = visible(
         entry::Common::GetRefColumns(session_, QLatin1String(BomList::kComponentColumns)).colSet);
     const BomList list(session_);
-    QString out = QStringLiteral("<html><head><meta charset=\"utf-8\"><style>"
-                                 "table { border-collapse: collapse; }"
-                                 "th, td { border: 1px solid #808080; padding: 2px 4px; }"
-                                 "th { background-color: #e8e8e8; }"
-                                 "</style></head><body>");
+    QString out;
     bool first = true;
     for (const ListRow& bom : boms) {
         out += first ? QStringLiteral("<h2>")
@@ -62,7 +51,8 @@ QString ListPrinter::html(const std::vector<ListRow>& boms) {
         out += QStringLiteral("<table width=\"100%\" cellspacing=\"0\">");
         for (const suite::ColumnSetting& c : header)
             out += QStringLiteral("<tr>") + cell(QStringLiteral("th"), caption(c)) +
-                   cell(QStringLiteral("td"), cellText(bom.cells.value(bareName(c.fieldName)))) +
+                   cell(QStringLiteral("td"),
+                        entry::StoredText(bom.cells.value(bareName(c.fieldName)))) +
                    QStringLiteral("</tr>");
         out += QStringLiteral("</table>");
 
@@ -76,23 +66,13 @@ QString ListPrinter::html(const std::vector<ListRow>& boms) {
         for (std::size_t i = 0; i < lines.size(); ++i) {
             out += QStringLiteral("<tr>");
             for (const suite::ColumnSetting& c : lineColumns)
-                out += cell(QStringLiteral("td"), cellText(lines.value(i, bareName(c.fieldName))));
+                out += cell(QStringLiteral("td"),
+                            entry::StoredText(lines.value(i, bareName(c.fieldName))));
             out += QStringLiteral("</tr>");
         }
         out += QStringLiteral("</table>");
     }
-    return out + QStringLiteral("</body></html>");
-}
-
-QString ListPrinter::csvField(const QString& text) {
-    static const QString mustQuote = QStringLiteral(",\"\r\n");
-    const bool quote =
-        std::any_of(text.begin(), text.end(), [](QChar ch) { return mustQuote.contains(ch); });
-    if (!quote)
-        return text;
-    QString inner = text;
-    inner.replace(QLatin1Char('"'), QLatin1String("\"\""));
-    return QLatin1Char('"') + inner + QLatin1Char('"');
+    return entry::TableExport::htmlDocument(out);
 }
 
 bool ListPrinter::writeCsv(QIODevice& out, const std::vector<suite::ColumnSetting>& columns,
@@ -101,21 +81,15 @@ bool ListPrinter::writeCsv(QIODevice& out, const std::vector<suite::ColumnSettin
     auto line = [&](const std::function<QString(const suite::ColumnSetting&)>& text) {
         QStringList fields;
         for (const suite::ColumnSetting& c : shown)
-            fields << csvField(text(c));
-        return (fields.join(QLatin1Char(',')) + QStringLiteral("\r\n")).toUtf8();
+            fields << text(c);
+        return entry::TableExport::csvLine(fields);
     };
-    QByteArray data("\xEF\xBB\xBF");
-    data += line(caption);
+    QString text = line(caption);
     for (const ListRow& row : rows)
-        data += line([&](const suite::ColumnSetting& c) {
-            return cellText(row.cells.value(bareName(c.fieldName)));
+        text += line([&](const suite::ColumnSetting& c) {
+            return entry::StoredText(row.cells.value(bareName(c.fieldName)));
         });
-    if (out.write(data) != data.size()) {
-        if (error)
-            *error = out.errorString();
-        return false;
-    }
-    return true;
+    return entry::TableExport::writeCsvText(out, text, error);
 }
 
 } // namespace bom::list

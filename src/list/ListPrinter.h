@@ -26,12 +26,10 @@ public:
     // account. Throws db::DbError.
     QString html(const std::vector<ListRow>& boms);
 
-    // The rows' visible columns with their captions as a heading, UTF-8 with a byte-order mark
-    // so spreadsheet programs read Chinese. False with `error` set when writing failed.
+    // The rows' visible columns with their captions as a heading, as entry::TableExport writes
+    // CSV. False with `error` set when writing failed.
     static bool writeCsv(QIODevice& out, const std::vector<suite::ColumnSetting>& columns,
                          const std::vector<ListRow>& rows, QString* error);
-    // A CSV field, quoted when it holds a separator, a quote or a line break.
-    static QString csvField(const QString& text);
 
 private:
     entry::Session& session_;

@@ -52,7 +52,7 @@ public:
 };
 
 // The windows the list hands over to once its own checks have passed: the BOM card, the batch
-// editor, its runs and the colour/size editor.
+// editor, its runs, the colour/size editor and the structure tools.
 class ListHandover {
 public:
     // Browse: a stored BOM shown as it is (a double-click in the list).
@@ -71,6 +71,8 @@ public:
     virtual void openColourSize(const QString& mode, const ListRow& parent) = 0;
     // The record of runs over many BOMs, to undo one.
     virtual void openBatchRuns() = 0;
+    // The structure tools (explosion, where-used, costs, compare) over one BOM.
+    virtual void openStructure(const QString& headerId) = 0;
 };
 
 } // namespace bom::list

@@ -25,4 +25,8 @@ void PendingWindowsHandover::openBatchRuns() {
     pending();
 }
 
+void PendingWindowsHandover::openStructure(const QString&) {
+    pending();
+}
+
 } // namespace bom::list

@@ -17,6 +17,7 @@ public:
                    const std::vector<ListRow>& lines) override;
     void openColourSize(const QString& mode, const ListRow& parent) override;
     void openBatchRuns() override;
+    void openStructure(const QString& headerId) override;
 
 private:
     void pending();

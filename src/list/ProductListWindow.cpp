@@ -149,6 +149,10 @@ ProductListWindow::ProductListWindow(entry::Session& session)
 
     connect(parentView_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this] { loadLines(); });
+    // A right-click makes the row current and offers the commands over one BOM.
+    parentView_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(parentView_, &QTableView::customContextMenuRequested, this,
+            [this](const QPoint& at) { showParentMenu(at); });
     // The selection column takes its own clicks; elsewhere a double-click opens the BOM.
     connect(parentView_, &QTableView::doubleClicked, this, [this](const QModelIndex& index) {
         if (index.column() > 0)
@@ -293,6 +297,27 @@ void ProductListWindow::buildToolbar() {
         }
         toolbar_->addWidget(button);
     }
+}
+
+QMenu* ProductListWindow::parentMenu() {
+    auto* menu = new QMenu(this);
+    for (const ToolbarKey& key : BomListCommands::toolbarKeys())
+        if (BomListCommands::parentMenuKeys().contains(key.key)) {
+            QAction* action = menu->addAction(key.caption);
+            action->setObjectName(key.key);
+            connect(action, &QAction::triggered, this, [this, k = key.key] { dispatch(k); });
+        }
+    return menu;
+}
+
+void ProductListWindow::showParentMenu(const QPoint& at) {
+    const QModelIndex index = parentView_->indexAt(at);
+    if (closed_ || !index.isValid())
+        return;
+    setCurrentParentRow(index.row());
+    QMenu* menu = parentMenu();
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->popup(parentView_->viewport()->mapToGlobal(at));
 }
 
 bool ProductListWindow::ensureCommands() {

@@ -15,6 +15,7 @@
 
 class QGroupBox;
 class QLabel;
+class QMenu;
 class QPrinter;
 class QProgressDialog;
 class QSettings;
@@ -93,6 +94,8 @@ public:
     PagedQueryModel& parentModel() { return *parentModel_; }
     PagedQueryModel& componentModel() { return *componentModel_; }
     QTableView* parentView() { return parentView_; }
+    // The parent list's context menu (the caller owns it).
+    QMenu* parentMenu();
     QTableView* componentView() { return componentView_; }
     QToolBar* toolbar() { return toolbar_; }
     QSplitter* splitter() { return splitter_; }
@@ -111,6 +114,7 @@ private:
     using Widths = QHash<QString, int>;
 
     void buildToolbar();
+    void showParentMenu(const QPoint& at);
     QTableView* makeView(PagedQueryModel* model, QWidget* parent, Widths* widths);
     void applyColumns(QTableView* view, const PagedQueryModel& model, const Widths& widths);
     void fitRowNumbers();

@@ -147,6 +147,7 @@ void AccountGenerator::writeBoms() {
             const std::vector<int> chosen =
                 options_.share > 0 ? pickInFamily(level, position) : pickAnywhere(level);
             for (int componentIndex : chosen) {
+                uses_.emplace_back(byLevel_[level][position], componentIndex);
                 const Item& component = items_[componentIndex];
                 const double qty = quantity(random_);
                 db_.run(line, {parent.guid, id, parent.code, component.code, qty,
@@ -161,11 +162,37 @@ void AccountGenerator::writeBoms() {
         db_.run(total, {pair.first, pair.second, sum});
 }
 
+void AccountGenerator::writeLowLevelCodes() {
+    // Taken top level first, so each parent's level is final before its components take
+    // theirs from it: one more than the deepest parent's, that parent first by code.
+    std::vector<int> level(items_.size(), 0);
+    std::vector<int> via(items_.size(), -1);
+    for (auto use = uses_.rbegin(); use != uses_.rend(); ++use) {
+        const auto [parent, component] = *use;
+        const int below = level[std::size_t(parent)] + 1;
+        int& at = level[std::size_t(component)];
+        int& by = via[std::size_t(component)];
+        if (below > at ||
+            (below == at && items_[std::size_t(parent)].code < items_[std::size_t(by)].code)) {
+            at = below;
+            by = parent;
+        }
+    }
+    QSqlQuery insert =
+        db_.prepare(QStringLiteral("INSERT INTO bom_llc(cinvcode, ilevel, cvia) VALUES (?,?,?)"));
+    for (std::size_t i = 0; i < items_.size(); ++i)
+        if (via[i] >= 0)
+            db_.run(insert, {items_[i].code, level[i], items_[std::size_t(via[i])].code});
+    db_.exec(QStringLiteral("UPDATE AccInformation SET cValue='1' WHERE cSysID='pp' AND "
+                            "cName='bLowLevelCodes'"));
+}
+
 void AccountGenerator::run() {
     planItems();
     db::Transaction tx(db_);
     writeMasterData();
     writeBoms();
+    writeLowLevelCodes();
     tx.commit();
 }
 

@@ -28,6 +28,8 @@ private:
     void planItems();
     void writeMasterData();
     void writeBoms();
+    // Every item's deepest level (bom_llc), from the BOMs written.
+    void writeLowLevelCodes();
     // The components of the BOM of the `position`-th item of `level`.
     std::vector<int> pickAnywhere(int level);
     std::vector<int> pickInFamily(int level, std::size_t position);
@@ -38,6 +40,7 @@ private:
     std::mt19937_64 random_;
     std::vector<Item> items_;
     std::vector<std::vector<int>> byLevel_; // item indexes per level; 0 = purchased
+    std::vector<std::pair<int, int>> uses_; // (parent, component) of every line, lowest level first
 };
 
 } // namespace bom::suite

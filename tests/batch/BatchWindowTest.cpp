@@ -38,7 +38,6 @@ protected:
         HandoverListWindowTest::SetUp();
         ASSERT_TRUE(open());
     }
-    entry::Session& session() { return ui.product().session(); }
     QStringList wasteRates(const QString& component) {
         const db::Rows rows = db->query(QStringLiteral("SELECT COALESCE(iwasterate,0) FROM "
                                                        "ProductStructures WHERE cpscode=? AND "

@@ -8,48 +8,14 @@
 #include "db/DbError.h"
 #include "suite/PublicService.h"
 #include "suite/RightsStore.h"
-#include "support/TestAccount.h"
+#include "support/DemoSessionTest.h"
 
 using namespace bom;
 using bomservice::BomCard;
 using bomservice::BomHistory;
 
-class CardServicesTest : public test::BackendTest {
+class CardServicesTest : public test::DemoSessionTest {
 protected:
-    void SetUp() override {
-        BackendTest::SetUp();
-        auto db = account->createDemo();
-        suite::PublicService::setFunctionLockShared(*db, true);
-        session = std::make_unique<test::TestSession>(account->url(), QStringLiteral("demo"));
-    }
-    void TearDown() override {
-        session.reset();
-        BackendTest::TearDown();
-    }
-    db::Database& db() { return session->db(); }
-    entry::Session& s() { return session->session(); }
-    QString idOf(const char* parent, const char* salesOrder = nullptr) {
-        return db()
-            .scalar(QStringLiteral("SELECT iautoid FROM ProductStructure WHERE cpspcode=? AND "
-                                   "COALESCE(csocode,'')=? AND cfree1 IS NULL"),
-                    {QLatin1String(parent), QLatin1String(salesOrder ? salesOrder : "")})
-            .toString();
-    }
-    BomCard load(const QString& id) {
-        bomservice::BomCardLoader loader(s());
-        return *loader.LoadBom(*loader.LoadTemplate(QStringLiteral("PP30")), id);
-    }
-    bool save(BomCard& card, int mode = 1) {
-        QString result, error;
-        return bomservice::BomSaver(s()).SaveBom(card, QStringLiteral("PP30"), mode, result, error);
-    }
-    void addLine(BomCard& card, const QString& component) {
-        const int row = card.lines.appendRow();
-        card.lines.setValue(row, QStringLiteral("cpscode"), component);
-        card.lines.setValue(row, QStringLiteral("ipsquantity"), 1.0);
-        card.lines.setValue(row, QStringLiteral("tdqtyd"), 1.0);
-        card.lines.setEditprop(row, QStringLiteral("A"));
-    }
     // The frame uses the wheel too: the wheel is shared within one bicycle.
     void frameUsesWheel() {
         BomCard frame = load(idOf("FR100"));
@@ -97,7 +63,6 @@ protected:
         rights.grant(QStringLiteral("li"), QStringLiteral("inventory"), items);
         return std::make_unique<test::TestSession>(account->url(), QStringLiteral("li"));
     }
-    std::unique_ptr<test::TestSession> session;
 };
 
 TEST_P(CardServicesTest, HistoryRecordsWhatAModificationAndADeleteChanged) {

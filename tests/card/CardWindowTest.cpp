@@ -126,11 +126,12 @@ TEST_P(CardWindowTest, ToolbarTitlesAndTemplatesAsTheCardDefinesThem) {
     }
     EXPECT_EQ(keys.join(','), QStringLiteral("Print,Preview,Output,tbl1,Add,Modify,Erase,tlbOpt,"
                                              "Copy,Save,Cancel,AddRow,DelRow,Picture,cInvcode,"
-                                             "tbl2,Appedix,RowLoc,Log,Paint,ToFirst,ToPrevious,"
+                                             "tbl2,Appedix,RowLoc,Log,Structure,Paint,ToFirst,"
+                                             "ToPrevious,"
                                              "ToNext,ToLast,Help,Exit"));
     EXPECT_EQ(captions.join(' '),
               QStringLiteral("打印 预览 输出 | 增加 修改 删除 替代 复制 保存 放弃 "
-                             "增行 删行 图片 存货 | 附件 定位 日志 刷新 首张 上张 "
+                             "增行 删行 图片 存货 | 附件 定位 日志 结构 刷新 首张 上张 "
                              "下张 末张 帮助 退出"));
     EXPECT_EQ(w->windowTitle(), QStringLiteral("物料清单维护"));
     EXPECT_EQ(w->titleLabel()->text(), QStringLiteral("物料清单"));

@@ -24,7 +24,8 @@ class DatabaseTest : public test::BackendTest {};
 TEST_P(DatabaseTest, MigratesAnEmptyDatabaseOnceAndAgainIsANoOp) {
     auto db = db::Database::open(account->url(), db::Database::OpenMode::CreateIfMissing);
     EXPECT_EQ(db::SchemaMigrator::currentVersion(*db), 0);
-    EXPECT_EQ(db::SchemaMigrator::migrate(*db), db::SchemaMigrator::latestVersion());
+    // Migration numbers may have gaps while branches add theirs: the last one counts.
+    EXPECT_GT(db::SchemaMigrator::migrate(*db), 0);
     EXPECT_EQ(db::SchemaMigrator::migrate(*db), 0);
     EXPECT_EQ(db::SchemaMigrator::currentVersion(*db), db::SchemaMigrator::latestVersion());
     for (const char* name : {"ProductStructure",

@@ -74,6 +74,9 @@ public:
     }
     void openColourSize(const QString& mode, const ListRow&) override { handedOver << mode; }
     void openBatchRuns() override { handedOver << QStringLiteral("runs"); }
+    void openStructure(const QString& id) override {
+        handedOver << QStringLiteral("structure ") + id;
+    }
 
 private:
     std::vector<ListRow> query(const db::SqlCondition& sql) {
@@ -249,6 +252,8 @@ TEST_P(ListCommandsTest, TasksSelectionsAndGatesRefuseBeforeHandingOver) {
     view->moveTo(QStringLiteral("BK200"));
     EXPECT_TRUE(commands->ExecuteCommand(QStringLiteral("Copy")));
     EXPECT_TRUE(view->handedOver.last().startsWith(QStringLiteral("card 2 {")));
+    EXPECT_TRUE(commands->ExecuteCommand(QStringLiteral("Structure")));
+    EXPECT_TRUE(view->handedOver.last().startsWith(QStringLiteral("structure {")));
 
     EXPECT_FALSE(commands->ExecuteCommand(QStringLiteral("batchEdit")));
     EXPECT_EQ(lastText(), QStringLiteral("请在批量操作前选择操作母件！"));

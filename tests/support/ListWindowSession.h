@@ -55,7 +55,8 @@ protected:
         return ui.open(account->url(), user);
     }
     list::ProductListWindow* window() { return ui.window(); }
-    // The row of the parent list that shows BOM `id`, or -1.
+    entry::Session& session() { return ui.product().session(); }
+    // The row of the parent list that shows BOM `id` (read to its end), or -1.
     int parentRow(const QString& id);
 
     std::unique_ptr<db::Database> db;
@@ -63,8 +64,8 @@ protected:
     suite::ScriptedPrompter& prompter = ui.prompter;
 };
 
-// The same with what the program's list opens over itself: the card, batch and colour/size
-// windows.
+// The same with what the program's list opens over itself: the card, batch, colour/size and
+// structure windows.
 class HandoverListWindowTest : public DemoListWindowTest {
 protected:
     HandoverListWindowTest();

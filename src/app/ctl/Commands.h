@@ -24,6 +24,7 @@ std::vector<Command> listCommands();
 std::vector<Command> optionsCommands();
 std::vector<Command> printCommands();
 std::vector<Command> spreadsheetCommands();
+std::vector<Command> structureCommands();
 std::vector<Command> variantsCommands();
 
 } // namespace bom::app

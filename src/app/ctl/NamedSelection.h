@@ -41,6 +41,7 @@ public:
             colourSize(mode, parent);
     }
     void openBatchRuns() override {}
+    void openStructure(const QString&) override {}
 
     // The list rows `sql` answers, all selected.
     static std::vector<list::ListRow> rowsOf(db::Database& db, const db::SqlCondition& sql);

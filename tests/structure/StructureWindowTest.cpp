@@ -1,0 +1,125 @@
+#include "structure/StructureWindow.h"
+#include "app/WindowHandover.h"
+#include "card/VoucherSetWindow.h"
+#include "list/PagedQueryModel.h"
+#include "list/ProductListWindow.h"
+#include "structure/CompareWindow.h"
+#include "structure/ExplosionModel.h"
+#include "structure/StructureTableView.h"
+#include "support/ListWindowSession.h"
+#include "support/WindowTest.h"
+
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QTemporaryDir>
+#include <QTreeView>
+
+using namespace bom;
+using Answer = suite::Prompter::Answer;
+
+namespace {
+
+const QString kBk200 = QStringLiteral("{5C9F1F2A-2360-54E5-BEFF-918716664B59}");
+
+} // namespace
+
+class StructureWindowTest : public test::HandoverListWindowTest {
+protected:
+    void SetUp() override {
+        HandoverListWindowTest::SetUp();
+        ASSERT_TRUE(open());
+    }
+};
+
+// The parent list's context menu opens the structure: its tree, its export, its cost write and
+// a comparison; the card's 结构 opens it too.
+TEST_P(StructureWindowTest, ListAndCardOpenTheStructureWhichExportsWritesCostsAndCompares) {
+    list::ProductListWindow* list = window();
+    const int bike = parentRow(kBk200);
+    ASSERT_GE(bike, 0);
+    list->setCurrentParentRow(bike);
+    const std::unique_ptr<QMenu> menu(list->parentMenu());
+    auto* open = menu->findChild<QAction*>(QStringLiteral("Structure"));
+    ASSERT_TRUE(open);
+
+    QTemporaryDir folder;
+    const QString csv = folder.filePath(QStringLiteral("结构.csv"));
+    QStringList top, wheel, differences;
+    test::answerModals(
+        [&] { open->trigger(); },
+        [&](QWidget* modal) {
+            auto* shown = qobject_cast<structure::StructureWindow*>(modal);
+            if (!shown)
+                return;
+            const structure::ExplosionModel* model = shown->explosionModel();
+            for (int row = 0; row < model->rowCount(); ++row) {
+                const QModelIndex at = model->index(row, 1);
+                top << at.data().toString();
+                if (at.data().toString() == QLatin1String("WH100"))
+                    for (int below = 0; below < model->rowCount(at.siblingAtColumn(0)); ++below)
+                        wheel << model->index(below, 1, at.siblingAtColumn(0)).data().toString();
+            }
+            EXPECT_TRUE(shown->exportTo(csv));
+
+            prompter.queueAnswer(Answer::Yes);
+            EXPECT_TRUE(shown->writeCosts());
+
+            structure::CompareWindow compare(session(), kBk200, shown);
+            compare.other()->setText(QStringLiteral("BK100"));
+            ASSERT_TRUE(compare.compare());
+            for (int row = 0; row < compare.differences()->rowCount(); ++row)
+                differences << compare.differences()->item(row, 0)->text() + QLatin1Char(':') +
+                                   compare.differences()->item(row, 2)->text();
+            EXPECT_TRUE(compare.cost()->text().startsWith(QStringLiteral("标准成本：")));
+            shown->reject();
+        });
+    EXPECT_EQ(top, QStringList({"FR100", "WH100", "FK100", "SD100", "BR100"}));
+    EXPECT_FALSE(wheel.isEmpty());
+    // The file holds the tree as the tab showed it, every level.
+    QFile file(csv);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    EXPECT_TRUE(bytes.startsWith("\xEF\xBB\xBF"));
+    const QString text = QString::fromUtf8(bytes.mid(3));
+    EXPECT_TRUE(text.startsWith(QStringLiteral("层次,路径,子件编码")))
+        << text.left(40).toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("BK200/WH100/") + wheel.value(0)));
+    // The costs stand written, as one run.
+    EXPECT_TRUE(prompter.texts().last().startsWith(QStringLiteral("已写入")));
+    EXPECT_EQ(db->scalar(QStringLiteral("select count(*) from sys_bom_run where coperation='cost'"))
+                  .toInt(),
+              1);
+    EXPECT_FALSE(
+        db->scalar(QStringLiteral("select fbzcb from ProductStructure where iautoid=?"), {kBk200})
+            .isNull());
+    // The city bike has no fork and a chain, and one brake.
+    EXPECT_TRUE(differences.contains(QStringLiteral("FK100:删除")));
+    EXPECT_TRUE(differences.contains(QStringLiteral("CH100:新增")));
+    EXPECT_TRUE(differences.contains(QStringLiteral("BR100:修改")));
+
+    QString fromCard;
+    test::answerModals([&] { list->browse(bike); },
+                       [&](QWidget* modal) {
+                           auto* card = qobject_cast<card::VoucherSetWindow*>(modal);
+                           if (!card)
+                               return;
+                           auto* button = card->findChild<QAction*>(QStringLiteral("Structure"));
+                           ASSERT_TRUE(button && button->isEnabled());
+                           // A window opened over a modal one is answered by a watch of its own.
+                           test::answerModals(
+                               [&] { button->trigger(); },
+                               [&](QWidget* over) {
+                                   if (auto* shown =
+                                           qobject_cast<structure::StructureWindow*>(over)) {
+                                       fromCard = shown->windowTitle();
+                                       shown->reject();
+                                   }
+                               });
+                           card->reject();
+                       });
+    EXPECT_EQ(fromCard, QStringLiteral("产品结构 - BK200 山地自行车"));
+}
+
+BOM_INSTANTIATE_BACKENDS(StructureWindowTest);
