@@ -1,9 +1,12 @@
 #include "SpreadsheetFile.h"
 
+#include "TableExport.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
+#include <QTemporaryDir>
 #include <QXmlStreamReader>
 #include <minizip/unzip.h>
 #include <xlsxwriter.h>
@@ -369,27 +372,11 @@ std::optional<SpreadsheetFile::Format> SpreadsheetFile::formatOf(const QString& 
     return std::nullopt;
 }
 
-QString SpreadsheetFile::csvField(const QString& text) {
-    if (!text.contains(QLatin1Char(',')) && !text.contains(QLatin1Char('"')) &&
-        !text.contains(QLatin1Char('\n')) && !text.contains(QLatin1Char('\r')))
-        return text;
-    QString quoted = text;
-    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-    return QLatin1Char('"') + quoted + QLatin1Char('"');
-}
-
 bool SpreadsheetFile::writeCsv(QIODevice& out, const Sheet& sheet, QString* error) {
-    auto line = [&](const QStringList& cells) {
-        QStringList fields;
-        for (const QString& cell : cells)
-            fields << csvField(cell);
-        return (fields.join(QLatin1Char(',')) + QStringLiteral("\r\n")).toUtf8();
-    };
     QStringList captions;
     for (const SheetColumn& column : sheet.columns)
         captions << column.caption;
-    QByteArray text("\xEF\xBB\xBF");
-    text += line(captions);
+    QString text = TableExport::csvLine(captions);
     for (const QVariantList& row : sheet.rows) {
         QStringList cells;
         for (std::size_t c = 0; c < sheet.columns.size(); ++c) {
@@ -401,9 +388,32 @@ bool SpreadsheetFile::writeCsv(QIODevice& out, const Sheet& sheet, QString* erro
                           ? QString::number(number, 'f', decimals)
                           : textOf(value));
         }
-        text += line(cells);
+        text += TableExport::csvLine(cells);
     }
-    if (out.write(text) != text.size()) {
+    return TableExport::writeCsvText(out, text, error);
+}
+
+bool SpreadsheetFile::write(QIODevice& out, const QString& fileName, const Sheet& sheet,
+                            QString* error) {
+    const auto format = formatOf(fileName);
+    if (!format) {
+        *error = QStringLiteral("只能输出为 .xlsx 或 .csv 文件：%1").arg(fileName);
+        return false;
+    }
+    if (*format == Format::Csv)
+        return writeCsv(out, sheet, error);
+    // The XLSX writer only writes to a file of its own naming.
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("sheet.xlsx"));
+    if (!dir.isValid() || !writeXlsx(path, sheet, error))
+        return false;
+    QFile written(path);
+    if (!written.open(QIODevice::ReadOnly)) {
+        *error = written.errorString();
+        return false;
+    }
+    const QByteArray bytes = written.readAll();
+    if (out.write(bytes) != bytes.size()) {
         *error = out.errorString();
         return false;
     }
@@ -411,19 +421,12 @@ bool SpreadsheetFile::writeCsv(QIODevice& out, const Sheet& sheet, QString* erro
 }
 
 bool SpreadsheetFile::write(const QString& path, const Sheet& sheet, QString* error) {
-    const auto format = formatOf(path);
-    if (!format) {
-        *error = QStringLiteral("只能输出为 .xlsx 或 .csv 文件：%1").arg(path);
-        return false;
-    }
-    if (*format == Format::Xlsx)
-        return writeXlsx(path, sheet, error);
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (formatOf(path) && !file.open(QIODevice::WriteOnly)) {
         *error = QStringLiteral("无法创建文件：%1（%2）").arg(path, file.errorString());
         return false;
     }
-    if (!writeCsv(file, sheet, error))
+    if (!write(file, path, sheet, error))
         return false;
     if (!file.commit()) {
         *error = QStringLiteral("保存文件失败：%1（%2）").arg(path, file.errorString());

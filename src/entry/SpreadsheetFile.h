@@ -27,7 +27,7 @@ struct Sheet {
 };
 
 // Spreadsheet files planners exchange: XLSX (written by libxlsxwriter, read from its zip with
-// QuaZip) and CSV (UTF-8 with a byte-order mark, so spreadsheet programs read Chinese). Every
+// minizip) and CSV (UTF-8 with a byte-order mark, so spreadsheet programs read Chinese). Every
 // failure answers false or nothing with `error` set; a file is never trusted to be small or
 // well formed.
 class SpreadsheetFile {
@@ -39,10 +39,10 @@ public:
 
     // XLSX: the heading bold and frozen, numbers as numbers with their decimal places, columns
     // wide enough for their captions. CSV: the same cells as text.
+    // The file name's extension chooses the format.
     static bool write(const QString& path, const Sheet& sheet, QString* error);
+    static bool write(QIODevice& out, const QString& fileName, const Sheet& sheet, QString* error);
     static bool writeCsv(QIODevice& out, const Sheet& sheet, QString* error);
-    // A CSV field, quoted when it holds a separator, a quote or a line break.
-    static QString csvField(const QString& text);
 
     // The first sheet's rows as text, the heading first; empty trailing cells dropped. Numbers
     // come as the shortest text that reads back the same.

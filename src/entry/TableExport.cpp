@@ -1,5 +1,8 @@
 #include "TableExport.h"
 
+#include "Session.h"
+#include "SpreadsheetFile.h"
+
 #include <QIODevice>
 #include <algorithm>
 
@@ -33,11 +36,43 @@ bool TableExport::writeCsvText(QIODevice& out, const QString& text, QString* err
     return false;
 }
 
-bool TableExport::write(QIODevice& out, const ExportTable& table, Format, QString* error) {
-    QString text = csvLine(table.captions);
-    for (const QStringList& row : table.rows)
-        text += csvLine(row);
-    return writeCsvText(out, text, error);
+Sheet TableExport::sheet(const ExportTable& table, const Session& session) {
+    auto decimalsOf = [&](std::size_t column) {
+        switch (column < table.kinds.size() ? table.kinds[column] : ExportTable::Kind::Text) {
+        case ExportTable::Kind::Count:
+            return 0;
+        case ExportTable::Kind::Quantity:
+            return session.gQuanDigits;
+        case ExportTable::Kind::Amount:
+            return session.gPriceDigits;
+        case ExportTable::Kind::Text:
+            break;
+        }
+        return -1;
+    };
+    Sheet sheet;
+    sheet.title = table.title;
+    for (qsizetype c = 0; c < table.captions.size(); ++c)
+        sheet.columns.push_back({QString(), table.captions.at(c), decimalsOf(std::size_t(c))});
+    sheet.rows.reserve(table.rows.size());
+    for (const QStringList& row : table.rows) {
+        QVariantList cells;
+        cells.reserve(row.size());
+        for (qsizetype c = 0; c < row.size(); ++c) {
+            bool numeric = false;
+            const double number = row.at(c).toDouble(&numeric);
+            // A cell that is not a number (a marked loop, a blank) stays the text shown.
+            cells << (numeric && decimalsOf(std::size_t(c)) >= 0 ? QVariant(number)
+                                                                 : QVariant(row.at(c)));
+        }
+        sheet.rows.push_back(std::move(cells));
+    }
+    return sheet;
+}
+
+bool TableExport::write(QIODevice& out, const QString& fileName, const ExportTable& table,
+                        const Session& session, QString* error) {
+    return SpreadsheetFile::write(out, fileName, sheet(table, session), error);
 }
 
 QString TableExport::html(const ExportTable& table) {

@@ -22,6 +22,11 @@ public:
     FileChooserDialog(QWidget* parent, const QString& caption, const QString& directory,
                       const QStringList& nameFilters);
 
+    // The name filters of the files the module writes.
+    static QString xlsxFilter() { return QStringLiteral("Excel 工作簿 (*.xlsx)"); }
+    static QString csvFilter() { return QStringLiteral("CSV 文件 (*.csv)"); }
+    static QString pdfFilter() { return QStringLiteral("PDF 文件 (*.pdf)"); }
+
     // Asks where to save; "" when cancelled. `selectedFilter` gets the chosen name filter.
     static QString saveFileName(QWidget* parent, const QString& caption, const QString& file,
                                 const QStringList& nameFilters, QString* selectedFilter = nullptr);

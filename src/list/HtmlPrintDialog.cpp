@@ -13,11 +13,7 @@
 #include <QTextDocument>
 
 namespace bom::list {
-namespace {
-
-const QString kPdfFilter = QStringLiteral("PDF 文件 (*.pdf)");
-
-} // namespace
+namespace {} // namespace
 
 void HtmlPrintDialog::preview(QWidget* parent, QPrinter& printer, const Html& html) {
     const QString text = html();
@@ -37,9 +33,10 @@ void HtmlPrintDialog::preview(QWidget* parent, QPrinter& printer, const Html& ht
 void HtmlPrintDialog::print(QWidget* parent, entry::Session& session, QPrinter& printer,
                             const QString& pdfName, const Html& html) {
     if (QPrinterInfo::availablePrinterNames().isEmpty()) {
-        QString filter = kPdfFilter;
-        const QString path = FileChooserDialog::outputFileName(
-            parent, session, QStringLiteral("打印到文件"), pdfName, {kPdfFilter}, &filter);
+        QString filter = FileChooserDialog::pdfFilter();
+        const QString path =
+            FileChooserDialog::outputFileName(parent, session, QStringLiteral("打印到文件"),
+                                              pdfName, {FileChooserDialog::pdfFilter()}, &filter);
         if (path.isEmpty())
             return;
         const QString text = html();

@@ -4,6 +4,7 @@
 #include "entry/Common.h"
 #include "entry/Format.h"
 #include "entry/Session.h"
+#include "entry/SpreadsheetFile.h"
 #include "entry/TableExport.h"
 
 #include <QIODevice>
@@ -75,21 +76,23 @@ QString ListPrinter::html(const std::vector<ListRow>& boms) {
     return entry::TableExport::htmlDocument(out);
 }
 
-bool ListPrinter::writeCsv(QIODevice& out, const std::vector<suite::ColumnSetting>& columns,
-                           const std::vector<ListRow>& rows, QString* error) {
+bool ListPrinter::write(QIODevice& out, const QString& fileName,
+                        const std::vector<suite::ColumnSetting>& columns,
+                        const std::vector<ListRow>& rows, QString* error) const {
     const auto shown = visible(columns);
-    auto line = [&](const std::function<QString(const suite::ColumnSetting&)>& text) {
-        QStringList fields;
-        for (const suite::ColumnSetting& c : shown)
-            fields << text(c);
-        return entry::TableExport::csvLine(fields);
-    };
-    QString text = line(caption);
-    for (const ListRow& row : rows)
-        text += line([&](const suite::ColumnSetting& c) {
-            return entry::StoredText(row.cells.value(bareName(c.fieldName)));
-        });
-    return entry::TableExport::writeCsvText(out, text, error);
+    entry::Sheet sheet;
+    sheet.title = terms_.title;
+    for (const suite::ColumnSetting& c : shown)
+        sheet.columns.push_back({bareName(c.fieldName), caption(c),
+                                 entry::Common::DecimalsOf(session_, bareName(c.fieldName))});
+    sheet.rows.reserve(rows.size());
+    for (const ListRow& row : rows) {
+        QVariantList cells;
+        for (const entry::SheetColumn& column : sheet.columns)
+            cells << row.cells.value(column.name);
+        sheet.rows.push_back(std::move(cells));
+    }
+    return entry::SpreadsheetFile::write(out, fileName, sheet, error);
 }
 
 } // namespace bom::list

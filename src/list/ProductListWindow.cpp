@@ -42,8 +42,6 @@ namespace bom::list {
 namespace {
 
 const QString kNoData = QStringLiteral("没有可用数据！");
-const QString kCsvFilter = QStringLiteral("CSV 文件 (*.csv)");
-const QString kPdfFilter = QStringLiteral("PDF 文件 (*.pdf)");
 const QString kSelectionColumn = QStringLiteral("selcol");
 
 QString fieldOf(const PagedQueryModel& model, int column) {
@@ -800,20 +798,23 @@ void ProductListWindow::exportList() {
         session_.ShowInfo(kNoData);
         return;
     }
-    // The list as CSV, or the marked (else the current) BOMs as they print, as PDF.
-    QString filter = kCsvFilter;
+    // The list as a workbook or CSV, or the marked (else the current) BOMs as they print, as
+    // PDF.
+    QString filter = FileChooserDialog::xlsxFilter();
     const QString path =
-        chooseOutput(QStringLiteral("输出文件"), terms_.title + QStringLiteral(".csv"),
-                     {kCsvFilter, kPdfFilter}, &filter);
+        chooseOutput(QStringLiteral("输出文件"), terms_.title + QStringLiteral(".xlsx"),
+                     {FileChooserDialog::xlsxFilter(), FileChooserDialog::csvFilter(),
+                      FileChooserDialog::pdfFilter()},
+                     &filter);
     if (path.isEmpty())
         return;
-    if (filter == kPdfFilter) {
+    if (filter == FileChooserDialog::pdfFilter()) {
         if (writePdf(path, bomsToPrint()))
             session_.ShowInfo(QStringLiteral("已输出到：") + QDir::toNativeSeparators(path));
         return;
     }
     FileChooserDialog::writeOutput(session_, path, [&](QIODevice& out, QString* error) {
-        return ListPrinter::writeCsv(out, parentModel_->columns(), rows, error);
+        return ListPrinter(session_, terms_).write(out, path, parentModel_->columns(), rows, error);
     });
 }
 

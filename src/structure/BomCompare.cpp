@@ -134,7 +134,7 @@ QString BomCompare::changeName(Change change) {
 }
 
 entry::ExportTable BomCompare::table(const CompareResult& result, const QString& title) {
-    entry::ExportTable table{title, StructureTexts::compareCaptions(), {}};
+    entry::ExportTable table{title, StructureTexts::compareCaptions(), {}, {}};
     for (const CompareDiff& diff : result.diff) {
         QStringList fields;
         for (const CompareDiff::Field& field : diff.fields)

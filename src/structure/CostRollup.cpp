@@ -204,7 +204,10 @@ std::optional<CostRollup::Written> CostRollup::Write(const std::vector<CostRow>&
 }
 
 entry::ExportTable CostRollup::table(const std::vector<CostRow>& rows) {
-    entry::ExportTable table{StructureTexts::costTitle(), StructureTexts::costCaptions(), {}};
+    entry::ExportTable table{StructureTexts::costTitle(), StructureTexts::costCaptions(), {}, {}};
+    using Kind = entry::ExportTable::Kind;
+    table.kinds = {Kind::Count,  Kind::Text,   Kind::Text,   Kind::Text, Kind::Amount,
+                   Kind::Amount, Kind::Amount, Kind::Amount, Kind::Text, Kind::Text};
     for (const CostRow& row : rows)
         table.rows.push_back({QString::number(row.level), row.cpspcode, row.cinvname, row.csocode,
                               StructureRules::text(row.material), StructureRules::text(row.total),

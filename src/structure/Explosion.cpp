@@ -194,7 +194,11 @@ entry::ExportTable Explosion::table(const ExplosionResult& result) {
     entry::ExportTable table{StructureTexts::explosionTitle() + QLatin1Char(' ') + result.topCode +
                                  QLatin1Char(' ') + result.topName,
                              StructureTexts::explosionCaptions(),
+                             {},
                              {}};
+    using Kind = entry::ExportTable::Kind;
+    table.kinds = {Kind::Count,    Kind::Text, Kind::Text, Kind::Text, Kind::Text,   Kind::Quantity,
+                   Kind::Quantity, Kind::Text, Kind::Text, Kind::Text, Kind::Amount, Kind::Text};
     table.rows.reserve(result.rows.size());
     for (std::size_t i = 0; i < result.rows.size(); ++i) {
         const ExplosionRow& row = result.rows[i];
@@ -213,7 +217,10 @@ entry::ExportTable Explosion::summaryTable(const ExplosionResult& result) {
     entry::ExportTable table{StructureTexts::summaryTitle() + QLatin1Char(' ') + result.topCode +
                                  QLatin1Char(' ') + result.topName,
                              StructureTexts::summaryCaptions(),
+                             {},
                              {}};
+    using Kind = entry::ExportTable::Kind;
+    table.kinds = {Kind::Text, Kind::Text, Kind::Text, Kind::Quantity, Kind::Text};
     for (const SummaryRow& row : Summarise(result))
         table.rows.push_back(
             {row.cinvcode, row.cinvname, row.cinvstd, StructureRules::text(row.qty), row.cunit});

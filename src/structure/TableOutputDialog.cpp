@@ -9,8 +9,6 @@
 namespace bom::structure {
 namespace {
 
-const QString kCsvFilter = QStringLiteral("CSV 文件 (*.csv)");
-
 // What a printed page and a file are called: the table's title without what a file name may
 // not hold.
 QString fileStem(const entry::ExportTable& table) {
@@ -37,15 +35,15 @@ void TableOutputDialog::print(QWidget* parent, entry::Session& session,
 bool TableOutputDialog::exportTable(QWidget* parent, entry::Session& session,
                                     const entry::ExportTable& table) {
     const QString path = list::FileChooserDialog::outputFileName(
-        parent, session, QStringLiteral("导出"), fileStem(table) + QStringLiteral(".csv"),
-        {kCsvFilter});
+        parent, session, QStringLiteral("导出"), fileStem(table) + QStringLiteral(".xlsx"),
+        {list::FileChooserDialog::xlsxFilter(), list::FileChooserDialog::csvFilter()});
     return !path.isEmpty() && exportTo(session, path, table);
 }
 
 bool TableOutputDialog::exportTo(entry::Session& session, const QString& path,
                                  const entry::ExportTable& table) {
     return list::FileChooserDialog::writeOutput(session, path, [&](QIODevice& out, QString* error) {
-        return entry::TableExport::write(out, table, entry::TableExport::Format::Csv, error);
+        return entry::TableExport::write(out, path, table, session, error);
     });
 }
 

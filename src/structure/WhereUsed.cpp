@@ -108,7 +108,10 @@ entry::ExportTable WhereUsed::table(const QString& itemCode,
                                     const std::vector<WhereUsedRow>& rows) {
     entry::ExportTable table{StructureTexts::whereUsedTitle() + QLatin1Char(' ') + itemCode,
                              StructureTexts::whereUsedCaptions(),
+                             {},
                              {}};
+    using Kind = entry::ExportTable::Kind;
+    table.kinds = {Kind::Count, Kind::Text, Kind::Text, Kind::Text, Kind::Quantity, Kind::Text};
     for (const WhereUsedRow& row : rows)
         table.rows.push_back({QString::number(row.level), row.cpspcode, row.cinvname, row.csocode,
                               StructureRules::text(row.qty), row.iautoid});

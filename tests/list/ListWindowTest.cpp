@@ -1,5 +1,6 @@
 #include "db/Transaction.h"
 #include "entry/IProduct.h"
+#include "entry/SpreadsheetFile.h"
 #include "list/BomList.h"
 #include "list/ColumnSettingsDialog.h"
 #include "list/FileChooserDialog.h"
@@ -687,13 +688,14 @@ TEST_P(ListOutputTest, PrintsBomsWithTheirLinesAndExportsCsv) {
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
     QString error;
-    ASSERT_TRUE(list::ListPrinter::writeCsv(buffer, columns, {row, plain}, &error));
+    const list::ListPrinter printer(s->session(), {});
+    ASSERT_TRUE(printer.write(buffer, QStringLiteral("l.csv"), columns, {row, plain}, &error));
     EXPECT_TRUE(buffer.data().startsWith("\xEF\xBB\xBF")); // spreadsheet programs need the mark
     EXPECT_EQ(QString::fromUtf8(buffer.data().mid(3)),
               QStringLiteral("编码,备注\r\n\"A,1\",\"说\"\"明\"\"\n两行\"\r\nB2,\r\n"));
 
     QBuffer closed; // not open: the failure is told, not swallowed
-    EXPECT_FALSE(list::ListPrinter::writeCsv(closed, columns, {row}, &error));
+    EXPECT_FALSE(printer.write(closed, QStringLiteral("l.csv"), columns, {row}, &error));
     EXPECT_FALSE(error.isEmpty());
 }
 
@@ -928,6 +930,13 @@ TEST_F(AccountFolderTest, ExportsSayWhereAndSpareTheAccount) {
     QFile written(csv);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     EXPECT_EQ(written.readAll().count("\r\n"), 1 + 8); // heading and the eight BOMs
+    // As a workbook, the default: the same rows.
+    const QString xlsx = folder.filePath(QStringLiteral("list.xlsx"));
+    exportTo(xlsx);
+    QString error;
+    const auto sheet = entry::SpreadsheetFile::read(xlsx, &error);
+    ASSERT_TRUE(sheet) << error.toStdString();
+    EXPECT_EQ(sheet->size(), 1u + 8u);
     // As PDF: the current BOM as it prints.
     const QString pdf = folder.filePath(QStringLiteral("bom.pdf"));
     exportTo(pdf, QStringLiteral("PDF 文件 (*.pdf)"));

@@ -1,6 +1,7 @@
 #include "structure/StructureWindow.h"
 #include "app/WindowHandover.h"
 #include "card/VoucherSetWindow.h"
+#include "entry/SpreadsheetFile.h"
 #include "list/PagedQueryModel.h"
 #include "list/ProductListWindow.h"
 #include "structure/CompareWindow.h"
@@ -9,12 +10,12 @@
 #include "support/ListWindowSession.h"
 #include "support/WindowTest.h"
 
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QTemporaryDir>
 #include <QTreeView>
+#include <algorithm>
 
 using namespace bom;
 using Answer = suite::Prompter::Answer;
@@ -45,7 +46,7 @@ TEST_P(StructureWindowTest, ListAndCardOpenTheStructureWhichExportsWritesCostsAn
     ASSERT_TRUE(open);
 
     QTemporaryDir folder;
-    const QString csv = folder.filePath(QStringLiteral("结构.csv"));
+    const QString xlsx = folder.filePath(QStringLiteral("结构.xlsx"));
     QStringList top, wheel, differences;
     test::answerModals(
         [&] { open->trigger(); },
@@ -61,7 +62,7 @@ TEST_P(StructureWindowTest, ListAndCardOpenTheStructureWhichExportsWritesCostsAn
                     for (int below = 0; below < model->rowCount(at.siblingAtColumn(0)); ++below)
                         wheel << model->index(below, 1, at.siblingAtColumn(0)).data().toString();
             }
-            EXPECT_TRUE(shown->exportTo(csv));
+            EXPECT_TRUE(shown->exportTo(xlsx));
 
             prompter.queueAnswer(Answer::Yes);
             EXPECT_TRUE(shown->writeCosts());
@@ -77,15 +78,20 @@ TEST_P(StructureWindowTest, ListAndCardOpenTheStructureWhichExportsWritesCostsAn
         });
     EXPECT_EQ(top, QStringList({"FR100", "WH100", "FK100", "SD100", "BR100"}));
     EXPECT_FALSE(wheel.isEmpty());
-    // The file holds the tree as the tab showed it, every level.
-    QFile file(csv);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
-    EXPECT_TRUE(bytes.startsWith("\xEF\xBB\xBF"));
-    const QString text = QString::fromUtf8(bytes.mid(3));
-    EXPECT_TRUE(text.startsWith(QStringLiteral("层次,路径,子件编码")))
-        << text.left(40).toStdString();
-    EXPECT_TRUE(text.contains(QStringLiteral("BK200/WH100/") + wheel.value(0)));
+    // The workbook holds the tree as the tab showed it, every level, numbers as numbers.
+    QString error;
+    const auto sheet = entry::SpreadsheetFile::read(xlsx, &error);
+    ASSERT_TRUE(sheet) << error.toStdString();
+    ASSERT_GT(sheet->size(), 5u);
+    EXPECT_EQ(sheet->front().mid(0, 3), QStringList({"层次", "路径", "子件编码"}));
+    const auto wheelRow = std::find_if(sheet->begin(), sheet->end(), [&](const QStringList& row) {
+        return row.value(1) == QStringLiteral("BK200/WH100/") + wheel.value(0);
+    });
+    ASSERT_NE(wheelRow, sheet->end());
+    EXPECT_EQ(wheelRow->value(0), QStringLiteral("2"));
+    bool numeric = false;
+    EXPECT_GT(wheelRow->value(6).toDouble(&numeric), 0);
+    EXPECT_TRUE(numeric) << wheelRow->value(6).toStdString();
     // The costs stand written, as one run.
     EXPECT_TRUE(prompter.texts().last().startsWith(QStringLiteral("已写入")));
     EXPECT_EQ(db->scalar(QStringLiteral("select count(*) from sys_bom_run where coperation='cost'"))

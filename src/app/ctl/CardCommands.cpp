@@ -131,9 +131,9 @@ std::optional<std::pair<QString, QString>> fieldAssignment(const QString& text) 
 // The entries in the order given; std::nullopt with the usage error reported.
 std::optional<std::vector<CardEntry>> cardEntries(CtlContext& ctx) {
     std::vector<CardEntry> entries;
-    const auto given = ctx.args().occurrences(
-        {{QStringLiteral("--header"), 1}, {QStringLiteral("--line"), 2},
-         {QStringLiteral("--add-line"), 1}});
+    const auto given = ctx.args().occurrences({{QStringLiteral("--header"), 1},
+                                               {QStringLiteral("--line"), 2},
+                                               {QStringLiteral("--add-line"), 1}});
     for (const CtlArgs::Occurrence& option : given) {
         if (option.name == QLatin1String("--add-line")) {
             entries.push_back({CardEntry::Kind::AddLine, -1, {}, option.values[0].trimmed()});

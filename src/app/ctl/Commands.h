@@ -1,6 +1,9 @@
 #pragma once
 
+#include "entry/TableExport.h"
+
 #include <QString>
+#include <optional>
 #include <vector>
 
 namespace bom::app {
@@ -26,5 +29,9 @@ std::vector<Command> printCommands();
 std::vector<Command> spreadsheetCommands();
 std::vector<Command> structureCommands();
 std::vector<Command> variantsCommands();
+
+// The table `export explode|where-used|compare ARGS…` writes, worked out as the command of that
+// name does; std::nullopt with `status` set (and reported) when there is none.
+std::optional<entry::ExportTable> structureTable(CtlContext& ctx, const QString& what, int& status);
 
 } // namespace bom::app

@@ -104,7 +104,16 @@ int runExport(CtlContext& ctx) {
         return exportList(ctx, path);
     if (what == QLatin1String("card"))
         return exportCard(ctx, path);
-    return ctx.usage(QStringLiteral("export 的内容应为 list 或 card：%1").arg(what));
+    if (what == QLatin1String("explode") || what == QLatin1String("where-used") ||
+        what == QLatin1String("compare")) {
+        int status = ExitOk;
+        const auto table = structureTable(ctx, what, status);
+        return table ? writeSheet(ctx, path, entry::TableExport::sheet(*table, ctx.session()))
+                     : status;
+    }
+    return ctx.usage(
+        QStringLiteral("export 的内容应为 list、card、explode、where-used 或 compare：%1")
+            .arg(what));
 }
 
 int runImport(CtlContext& ctx) {
@@ -144,8 +153,9 @@ int runImport(CtlContext& ctx) {
 std::vector<Command> spreadsheetCommands() {
     return {
         {"export",
-         "export list [--where FIELD=VALUE …] [--columns A,B,…] | card IAUTOID\n"
-         "              --xlsx FILE | --csv FILE   (a card in the layout import reads)",
+         "export list [--where FIELD=VALUE …] [--columns A,B,…] | card IAUTOID |\n"
+         "              explode … | where-used … | compare …  --xlsx FILE | --csv FILE\n"
+         "              (a card in the layout import reads; the others as their commands answer)",
          runExport},
         {"import",
          "import FILE [--dry-run]   (BOMs from .xlsx or .csv in the layout export card writes:\n"

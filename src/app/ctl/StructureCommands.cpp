@@ -19,12 +19,13 @@ using structure::StructureRules;
 using structure::StructureTexts;
 
 // What a command over levels names: --levels N (a whole number from 1, or all: 0) and its one
-// word. std::nullopt: a usage error, reported.
+// word, after `skip` words of the command's own (export names what it exports first).
+// std::nullopt: a usage error, reported.
 struct Named {
     int levels = 0;
     QString word;
 };
-std::optional<Named> namedWithLevels(CtlContext& ctx) {
+std::optional<Named> namedWithLevels(CtlContext& ctx, int skip) {
     const QString text =
         ctx.args().option(QStringLiteral("--levels")).value_or(QStringLiteral("all"));
     bool ok = text == QLatin1String("all");
@@ -33,10 +34,10 @@ std::optional<Named> namedWithLevels(CtlContext& ctx) {
         ctx.usage(QStringLiteral("--levels 应为不小于1的整数或 all：%1").arg(text));
         return std::nullopt;
     }
-    const auto words = ctx.positional(1, 1);
+    const auto words = ctx.positional(1 + skip, 1 + skip);
     if (!words)
         return std::nullopt;
-    return Named{levels, words->first()};
+    return Named{levels, words->at(skip)};
 }
 
 // The session, and the BOM a word names (its id, or an item code for its default BOM): empty
@@ -55,18 +56,32 @@ QString indented(int level, const QStringList& shown) {
     return QString(level * 2, QLatin1Char(' ')) + shown.join(QLatin1Char('\t'));
 }
 
+// The explosion the words name, std::nullopt with `status` set when there is none (reported).
+std::optional<structure::ExplosionResult> explosionNamed(CtlContext& ctx, int skip, int& status,
+                                                         QString* id = nullptr) {
+    const auto named = namedWithLevels(ctx, skip);
+    if (!named) {
+        status = ExitUsage;
+        return std::nullopt;
+    }
+    const QString bom = namedBom(ctx, named->word, status);
+    if (bom.isEmpty())
+        return std::nullopt;
+    auto result = structure::Explosion(ctx.session()).Explode(bom, named->levels);
+    if (!result)
+        status = ctx.bomGone();
+    if (id)
+        *id = bom;
+    return result;
+}
+
 int runExplode(CtlContext& ctx) {
     const bool summary = ctx.args().flag(QStringLiteral("--summary"));
-    const auto named = namedWithLevels(ctx);
-    if (!named)
-        return ExitUsage;
     int status = ExitOk;
-    const QString id = namedBom(ctx, named->word, status);
-    if (id.isEmpty())
-        return status;
-    const auto result = structure::Explosion(ctx.session()).Explode(id, named->levels);
+    QString id;
+    const auto result = explosionNamed(ctx, 0, status, &id);
     if (!result)
-        return ctx.bomGone();
+        return status;
     QJsonArray rows;
     if (summary) {
         for (const structure::SummaryRow& row : structure::Explosion::Summarise(*result)) {
@@ -112,22 +127,35 @@ int runExplode(CtlContext& ctx) {
                                {"total", result->total()}});
 }
 
-int runWhereUsed(CtlContext& ctx) {
-    const auto named = namedWithLevels(ctx);
-    if (!named)
-        return ExitUsage;
-    if (const int status = ctx.startSession())
-        return status;
+// Where the item the words name is used, std::nullopt with `status` set when it does not exist
+// (reported).
+std::optional<std::pair<QString, std::vector<structure::WhereUsedRow>>>
+whereUsedNamed(CtlContext& ctx, int skip, int& status) {
+    const auto named = namedWithLevels(ctx, skip);
+    if (!named) {
+        status = ExitUsage;
+        return std::nullopt;
+    }
+    if ((status = ctx.startSession()))
+        return std::nullopt;
     const QString item = named->word.trimmed();
     if (ctx.db()
             .query(QStringLiteral("select cInvCode from Inventory where cInvCode=?"), {item})
             .empty()) {
         ctx.session().ShowInfo(StructureTexts::noItem(item));
-        return ctx.finish(ExitRefused);
+        status = ctx.finish(ExitRefused);
+        return std::nullopt;
     }
+    return std::pair{item, structure::WhereUsed(ctx.session()).Find(item, named->levels)};
+}
+
+int runWhereUsed(CtlContext& ctx) {
+    int status = ExitOk;
+    const auto found = whereUsedNamed(ctx, 0, status);
+    if (!found)
+        return status;
     QJsonArray rows;
-    for (const structure::WhereUsedRow& row :
-         structure::WhereUsed(ctx.session()).Find(item, named->levels)) {
+    for (const structure::WhereUsedRow& row : found->second) {
         ctx.printLine(indented(row.level - 1, {row.cpspcode, row.cinvname, row.csocode,
                                                StructureRules::text(row.qty)}));
         rows.append(QJsonObject{{"level", row.level},
@@ -207,23 +235,39 @@ std::optional<std::pair<QString, std::optional<QDateTime>>> sideOf(const QString
     return std::pair{word.left(at), std::optional<QDateTime>(time)};
 }
 
-int runCompare(CtlContext& ctx) {
+// The comparison the words name, std::nullopt with `status` set when a side is not there
+// (reported).
+std::optional<structure::CompareResult> comparisonNamed(CtlContext& ctx, int skip, int& status) {
     const bool exploded = ctx.args().flag(QStringLiteral("--exploded"));
-    const auto words = ctx.positional(2, 2);
-    if (!words)
-        return ExitUsage;
-    const auto first = sideOf(words->at(0));
-    const auto second = sideOf(words->at(1));
-    if (!first || !second)
-        return ctx.usage(QStringLiteral("时间应为 yyyy-MM-ddTHH:mm:ss"));
-    if (const int status = ctx.startSession())
-        return status;
+    const auto words = ctx.positional(2 + skip, 2 + skip);
+    if (!words) {
+        status = ExitUsage;
+        return std::nullopt;
+    }
+    const auto first = sideOf(words->at(skip));
+    const auto second = sideOf(words->at(skip + 1));
+    if (!first || !second) {
+        status = ctx.usage(QStringLiteral("时间应为 yyyy-MM-ddTHH:mm:ss"));
+        return std::nullopt;
+    }
+    if ((status = ctx.startSession()))
+        return std::nullopt;
     structure::BomCompare compare(ctx.session());
     const auto a = compare.Load(first->first, first->second);
     const auto b = a ? compare.Load(second->first, second->second) : std::nullopt;
-    if (!a || !b)
-        return ctx.finish(ExitRefused);
-    const structure::CompareResult result = compare.Compare(*a, *b, exploded);
+    if (!a || !b) {
+        status = ctx.finish(ExitRefused);
+        return std::nullopt;
+    }
+    return compare.Compare(*a, *b, exploded);
+}
+
+int runCompare(CtlContext& ctx) {
+    int status = ExitOk;
+    const auto compared = comparisonNamed(ctx, 0, status);
+    if (!compared)
+        return status;
+    const structure::CompareResult& result = *compared;
     QJsonArray diff;
     for (const structure::CompareDiff& d : result.diff) {
         QJsonObject fields;
@@ -250,6 +294,32 @@ int runCompare(CtlContext& ctx) {
 }
 
 } // namespace
+
+std::optional<entry::ExportTable> structureTable(CtlContext& ctx, const QString& what,
+                                                 int& status) {
+    status = ExitOk;
+    if (what == QLatin1String("explode")) {
+        const auto result = explosionNamed(ctx, 1, status);
+        if (!result)
+            return std::nullopt;
+        return ctx.args().flag(QStringLiteral("--summary"))
+                   ? structure::Explosion::summaryTable(*result)
+                   : structure::Explosion::table(*result);
+    }
+    if (what == QLatin1String("where-used")) {
+        const auto found = whereUsedNamed(ctx, 1, status);
+        return found ? std::optional(structure::WhereUsed::table(found->first, found->second))
+                     : std::nullopt;
+    }
+    if (what == QLatin1String("compare")) {
+        const auto result = comparisonNamed(ctx, 1, status);
+        return result ? std::optional(
+                            structure::BomCompare::table(*result, StructureTexts::compareTitle()))
+                      : std::nullopt;
+    }
+    status = ExitUsage;
+    return std::nullopt;
+}
 
 std::vector<Command> structureCommands() {
     return {
