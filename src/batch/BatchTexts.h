@@ -145,7 +145,9 @@ struct BatchTexts {
             {QStringLiteral("batch-replace"), QStringLiteral("批量替换")},
             {QStringLiteral("batch-delete"), QStringLiteral("批量删除")},
             {QStringLiteral("variants-generate"), QStringLiteral("颜色尺码批增")},
-            {QStringLiteral("variants-delete"), QStringLiteral("颜色尺码批删")}};
+            {QStringLiteral("variants-delete"), QStringLiteral("颜色尺码批删")},
+            {QStringLiteral("cost"), QStringLiteral("写入成本")},
+            {QStringLiteral("import"), QStringLiteral("导入")}};
         return captions.value(operation, operation);
     }
     static QString changeKind(const QString& kind) {

@@ -18,7 +18,7 @@ struct CardWindowTexts {
     static QString findRowPrompt() { return QStringLiteral("请输入要查找的内容："); }
     static QString notFound() { return QStringLiteral("没有找到符合条件的记录！"); }
     static QString outputTitle() { return QStringLiteral("输出文件"); }
-    static QString csvFilter() { return QStringLiteral("CSV 文件 (*.csv)"); }
+    static QString workbookFilter() { return QStringLiteral("Excel 工作簿，可再导入 (*.xlsx)"); }
     static QString writeFailed() { return QStringLiteral("文件保存失败："); }
     static QString readFailed() { return QStringLiteral("文件读取失败："); }
     static QString openFailed() { return QStringLiteral("无法打开附件："); }

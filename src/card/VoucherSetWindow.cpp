@@ -14,9 +14,11 @@
 #include "bomservice/CardAttachments.h"
 #include "db/DbError.h"
 #include "entry/Session.h"
+#include "entry/SpreadsheetFile.h"
 #include "list/FileChooserDialog.h"
 #include "list/HtmlPrintDialog.h"
 #include "options/OptionsCardDialog.h"
+#include "structure/BomImporter.h"
 #include "structure/StructureWindow.h"
 #include "suite/qt/QtPrompter.h"
 
@@ -598,7 +600,7 @@ void VoucherSetWindow::print(PrintMode mode, int printTemplateId) {
         return;
     }
     if (mode == PrintMode::Output) {
-        outputCsv(card, layout);
+        output(card, layout);
         return;
     }
     const QString heading = title_->text();
@@ -623,15 +625,21 @@ void VoucherSetWindow::print(PrintMode mode, int printTemplateId) {
     }
 }
 
-void VoucherSetWindow::outputCsv(const bomservice::BomCard& card, const CardLayout& layout) {
-    QString filter = CardWindowTexts::csvFilter();
+void VoucherSetWindow::output(const bomservice::BomCard& card, const CardLayout& printLayout) {
+    // A workbook in the layout an import reads back (edit it and import it again), or the card
+    // as it prints, as CSV.
+    QString filter = CardWindowTexts::workbookFilter();
     const QString path = list::FileChooserDialog::outputFileName(
         this, session_, CardWindowTexts::outputTitle(),
-        voucher_->state.sParentCode + QStringLiteral(".csv"), {filter}, &filter);
+        voucher_->state.sParentCode + QStringLiteral(".xlsx"),
+        {filter, list::FileChooserDialog::csvFilter()}, &filter);
     if (path.isEmpty())
         return;
     list::FileChooserDialog::writeOutput(session_, path, [&](QIODevice& out, QString* error) {
-        return CardPrinter::writeCsv(out, card, layout, error);
+        if (entry::SpreadsheetFile::formatOf(path) == entry::SpreadsheetFile::Format::Xlsx)
+            return entry::SpreadsheetFile::write(
+                out, path, structure::BomImporter::cardSheet(card, document_.layout()), error);
+        return CardPrinter::writeCsv(out, card, printLayout, error);
     });
 }
 

@@ -111,7 +111,7 @@ private:
     void printTemplateChosen(int index);
     void savePrintSettings();
     QPrinter& printer();
-    void outputCsv(const bomservice::BomCard& card, const CardLayout& layout);
+    void output(const bomservice::BomCard& card, const CardLayout& printLayout);
     void placeSplitter();
     void saveSplitter();
     double dpi() const;

@@ -9,6 +9,7 @@
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
+#include "structure/BomImporter.h"
 #include "suite/Prompter.h"
 
 #include <QDateTime>
@@ -68,6 +69,7 @@ const std::vector<ToolbarKey>& BomListCommands::toolbarKeys() {
         {"Print", QStringLiteral("打印"), QStringLiteral("打印档案"), 1, {}},
         {"Preview", QStringLiteral("预览"), QStringLiteral("打印预览"), 1, {}},
         {"SaveFile", QStringLiteral("输出"), QStringLiteral("输出文件"), 1, {}},
+        {"Import", QStringLiteral("导入"), QStringLiteral("从电子表格导入物料清单"), 1, {}},
         {"Add", QStringLiteral("增加"), QStringLiteral("添加档案(F5)"), 2, {}},
         {"Modify", QStringLiteral("修改"), QStringLiteral("修改档案(F7)"), 2, {}},
         {"Delete", QStringLiteral("删除"), QStringLiteral("删除档案(Del)"), 2, {}},
@@ -193,6 +195,8 @@ bool BomListCommands::RunCommand(const QString& key) {
         return copy(ListHandover::CardMode::CopySingle);
     else if (k == QLatin1String("structure"))
         return structure();
+    else if (k == QLatin1String("import"))
+        return importFile();
     else if (k.startsWith(QLatin1String("batch")) && k != QLatin1String("batchdo"))
         return batch(k);
     else if (k == QLatin1String("allselect") || k == QLatin1String("allcancel"))
@@ -279,6 +283,23 @@ bool BomListCommands::structure() {
     }
     handover_.openStructure(row->text(QStringLiteral("iautoid")));
     return true;
+}
+
+bool BomListCommands::importFile() {
+    if (!claimTask(kTaskEdit))
+        return false;
+    const QString path = view_.chooseImportFile();
+    bool done = false;
+    try {
+        done = !path.isEmpty() && structure::BomImporter(session_).ImportAsked(path);
+    } catch (const db::DbError&) {
+        session_.gLogin->TaskExec(kTaskEdit, 0);
+        throw;
+    }
+    session_.gLogin->TaskExec(kTaskEdit, 0);
+    if (done)
+        view_.reload();
+    return done;
 }
 
 bool BomListCommands::DeleteCurrent() {

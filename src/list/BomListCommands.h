@@ -56,7 +56,8 @@ private:
     bool claimTask(const QString& code);
     bool modify();
     bool copy(ListHandover::CardMode mode);
-    bool structure(); // the structure tools over the current BOM
+    bool structure();  // the structure tools over the current BOM
+    bool importFile(); // BOMs from a spreadsheet the planner picks
     bool deleteBom(const ListRow& row);
     bool deleteLine(const ListRow& line);
     void writeDeletionLog(const ListRow& line);

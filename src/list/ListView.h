@@ -47,6 +47,8 @@ public:
     virtual void printSetup() {}
     virtual void print(bool /*preview*/) {}
     virtual void exportList() {}
+    // The spreadsheet to import BOMs from; "" when the planner chose none.
+    virtual QString chooseImportFile() { return {}; }
     virtual void help() {}
     virtual void close() {}
 };

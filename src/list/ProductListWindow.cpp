@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
+#include <QFileDialog>
 #include <QGroupBox>
 #include <QHeaderView>
 #include <QInputDialog>
@@ -29,6 +30,8 @@
 #include <QScopedValueRollback>
 #include <QSettings>
 #include <QSplitter>
+#include <QStandardPaths>
+#include <QStandardPaths>
 #include <QStatusBar>
 #include <QStyleOptionHeader>
 #include <QTableView>
@@ -816,6 +819,16 @@ void ProductListWindow::exportList() {
     FileChooserDialog::writeOutput(session_, path, [&](QIODevice& out, QString* error) {
         return ListPrinter(session_, terms_).write(out, path, parentModel_->columns(), rows, error);
     });
+}
+
+QString ProductListWindow::chooseImportFile() {
+    FileChooserDialog dialog(this, QStringLiteral("导入物料清单"),
+                             QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation),
+                             {QStringLiteral("电子表格 (*.xlsx *.csv)"),
+                              FileChooserDialog::xlsxFilter(), FileChooserDialog::csvFilter()});
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    dialog.setFileMode(QFileDialog::ExistingFile);
+    return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
 }
 
 void ProductListWindow::help() {

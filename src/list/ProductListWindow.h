@@ -70,6 +70,7 @@ public:
     void printSetup() override;
     void print(bool preview) override;
     void exportList() override;
+    QString chooseImportFile() override;
     void help() override;
     void close() override;
 

@@ -484,4 +484,53 @@ entry::Sheet BomImporter::cardSheet(const BomCard& card, const card::CardLayout&
     return sheet;
 }
 
+QString ImportRefusal::text() const {
+    if (row <= 0) // the file or the database, not a row
+        return message;
+    return field.isEmpty() ? QStringLiteral("第%1行：%2").arg(row).arg(message)
+                           : QStringLiteral("第%1行 %2：%3").arg(row).arg(field, message);
+}
+
+bool BomImporter::ImportAsked(const QString& path) {
+    static const QString title = QStringLiteral("导入物料清单");
+    auto report = [&](const std::vector<ImportRefusal>& refused) {
+        // The first refusals in full; a file with hundreds of bad rows says how many more.
+        constexpr std::size_t shown = 20;
+        QStringList lines{
+            QStringLiteral("以下%1行未通过检查，没有导入任何物料清单：").arg(refused.size())};
+        for (std::size_t i = 0; i < std::min(shown, refused.size()); ++i)
+            lines << refused[i].text();
+        if (refused.size() > shown)
+            lines << QStringLiteral("……另有%1行").arg(refused.size() - shown);
+        session_.prompter.info(lines.join(QLatin1Char('\n')), title, 48);
+    };
+    const ImportResult checked = Import(path, true);
+    if (!checked.refused.empty()) {
+        report(checked.refused);
+        return false;
+    }
+    if (checked.boms.empty()) {
+        session_.prompter.info(QStringLiteral("文件中没有物料清单。"), title, 48);
+        return false;
+    }
+    const auto created = std::count_if(checked.boms.begin(), checked.boms.end(),
+                                       [](const ImportedBom& b) { return b.created; });
+    const QString question = QStringLiteral("将导入%1个物料清单（新增%2个，修改%3个），是否继续？")
+                                 .arg(checked.boms.size())
+                                 .arg(created)
+                                 .arg(qsizetype(checked.boms.size()) - created);
+    if (session_.prompter.ask(question, title, 4 + 32) != suite::Prompter::Answer::Yes)
+        return false;
+    const ImportResult done = Import(path, false);
+    if (!done.written) {
+        report(done.refused);
+        return false;
+    }
+    session_.prompter.info(QStringLiteral("已导入%1个物料清单（第%2号批量操作，可撤销）。")
+                               .arg(done.boms.size())
+                               .arg(done.run),
+                           title, 64);
+    return true;
+}
+
 } // namespace bom::structure

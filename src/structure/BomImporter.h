@@ -31,6 +31,9 @@ struct ImportRefusal {
     QString message;
 
     bool operator==(const ImportRefusal&) const = default;
+    // "第3行 ipsquantity：…" as a planner reads it; a refusal of the file or the database
+    // (row 0) is its message alone.
+    QString text() const;
 };
 
 // A BOM the import made or changed.
@@ -65,6 +68,9 @@ public:
 
     // `preview`: everything checked, nothing written.
     ImportResult Import(const QString& path, bool preview);
+    // The planner's way: checked first, every refusal reported (nothing written), else asked
+    // whether to go on, written and told. True when written.
+    bool ImportAsked(const QString& path);
     ImportResult Import(const std::vector<QStringList>& rows, bool preview);
 
     // A card in the import layout: header fields repeated on every line (one row when it has

@@ -9,6 +9,7 @@
 #include "list/PagedQueryModel.h"
 #include "list/ProductListWindow.h"
 #include "options/OptionsCardDialog.h"
+#include "structure/BomImporter.h"
 #include "suite/Login.h"
 #include "support/ListWindowSession.h"
 #include "support/TestAccount.h"
@@ -359,18 +360,28 @@ TEST_P(CardWindowTest, AttachmentsHistoryAndOutputOfTheCard) {
 
     // Output: the card as CSV where the operator chose, heading and lines included.
     QTemporaryDir folder;
+    const auto output = [&](const QString& file) {
+        prompter().clear();
+        test::answerModals([&] { w->buttonClick(QStringLiteral("Output")); },
+                           [&](QWidget* modal) {
+                               auto* dialog = qobject_cast<QFileDialog*>(modal);
+                               ASSERT_TRUE(dialog);
+                               dialog->selectFile(file);
+                               QMetaObject::invokeMethod(dialog, &QDialog::accept,
+                                                         Qt::QueuedConnection);
+                           });
+        EXPECT_EQ(prompter().texts(),
+                  QStringList{QStringLiteral("已输出到：") + QDir::toNativeSeparators(file)});
+    };
+    // As a workbook: the layout an import reads back, so importing it unchanged changes nothing.
+    const QString xlsx = folder.filePath(QStringLiteral("card.xlsx"));
+    output(xlsx);
+    const auto again = structure::BomImporter(s->session()).Import(xlsx, true);
+    EXPECT_TRUE(again.refused.empty()) << again.refused.front().text().toStdString();
+    ASSERT_EQ(again.boms.size(), 1u);
+    EXPECT_FALSE(again.boms[0].created);
     const QString csv = folder.filePath(QStringLiteral("card.csv"));
-    prompter().clear();
-    test::answerModals([&] { w->buttonClick(QStringLiteral("Output")); },
-                       [&](QWidget* modal) {
-                           auto* dialog = qobject_cast<QFileDialog*>(modal);
-                           ASSERT_TRUE(dialog);
-                           dialog->selectFile(csv);
-                           QMetaObject::invokeMethod(dialog, &QDialog::accept,
-                                                     Qt::QueuedConnection);
-                       });
-    EXPECT_EQ(prompter().texts(),
-              QStringList{QStringLiteral("已输出到：") + QDir::toNativeSeparators(csv)});
+    output(csv);
     QFile written(csv);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     const QString text = QString::fromUtf8(written.readAll());

@@ -159,4 +159,40 @@ TEST_P(ImportTest, RowsOfANewIdentityMakeANewBomThatUndoRemoves) {
     EXPECT_EQ(state(), before);
 }
 
+TEST_P(ImportTest, ThePlannersWayReportsRefusalsAsksFirstAndWritesOnlyOnYes) {
+    std::vector<QStringList> rows = exported(kBk200);
+    const int qty = column(rows, "ipsquantity");
+    const QString path = dir.filePath(QStringLiteral("edited.csv"));
+    auto save = [&] {
+        entry::Sheet sheet;
+        for (const QString& name : rows.front())
+            sheet.columns.push_back({name, name, -1});
+        for (std::size_t i = 1; i < rows.size(); ++i)
+            sheet.rows.push_back(QVariantList(rows[i].begin(), rows[i].end()));
+        QString error;
+        ASSERT_TRUE(entry::SpreadsheetFile::write(path, sheet, &error)) << error.toStdString();
+    };
+    const QStringList before = state();
+
+    rows[1][qty] = QStringLiteral("0");
+    save();
+    EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
+    ASSERT_EQ(s->prompter.texts().size(), 1);
+    EXPECT_TRUE(s->prompter.texts().last().startsWith(
+        QStringLiteral("以下1行未通过检查，没有导入任何物料清单：\n第2行 ipsquantity：")));
+
+    rows[1][qty] = QStringLiteral("4");
+    save();
+    s->prompter.queueAnswer(suite::Prompter::Answer::No);
+    EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
+    EXPECT_EQ(s->prompter.texts().last(),
+              QStringLiteral("将导入1个物料清单（新增0个，修改1个），是否继续？"));
+    EXPECT_EQ(state(), before);
+
+    s->prompter.queueAnswer(suite::Prompter::Answer::Yes);
+    EXPECT_TRUE(BomImporter(s->session()).ImportAsked(path));
+    EXPECT_TRUE(s->prompter.texts().last().startsWith(QStringLiteral("已导入1个物料清单")));
+    EXPECT_NE(state(), before);
+}
+
 BOM_INSTANTIATE_BACKENDS(ImportTest);

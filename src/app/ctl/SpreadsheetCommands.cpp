@@ -130,7 +130,7 @@ int runImport(CtlContext& ctx) {
     QJsonArray refused, boms;
     for (const structure::ImportRefusal& r : result.refused) {
         refused.append(QJsonObject{{"row", r.row}, {"field", r.field}, {"message", r.message}});
-        ctx.printLine(QStringLiteral("第%1行 %2：%3").arg(r.row).arg(r.field, r.message));
+        ctx.printLine(r.text());
     }
     for (const structure::ImportedBom& b : result.boms)
         boms.append(QJsonObject{{"iautoid", b.headerId},
