@@ -168,8 +168,12 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     }
     LinkLineChildren(headerId);
     LinkSalesOrder(headerId, card.header.text(0, QStringLiteral("csocode")));
-    SaveQuantityTotals(parents);
-    LowLevelCodes(db).Update(parents);
+    if (deferring_) {
+        deferredParents_ << parents;
+    } else {
+        SaveQuantityTotals(parents);
+        LowLevelCodes(db).Update(parents);
+    }
     if (!BomValidator(session_).CheckLineDuplicatesInDb(headerId))
         return false; // the rule has shown its message
     db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
@@ -254,6 +258,13 @@ void BomSaver::SaveParentDepartment(const QString& parentCode, const QString& de
                 {department, parentCode}) == 0)
         db.exec(QStringLiteral("insert into ProductStructureEx(cpspcode,cdepcode) values(?,?)"),
                 {parentCode, department});
+}
+
+void BomSaver::finishDeferred() {
+    deferredParents_.removeDuplicates();
+    SaveQuantityTotals(deferredParents_);
+    LowLevelCodes(*session_.gConn).Update(deferredParents_);
+    deferredParents_.clear();
 }
 
 void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {

@@ -26,6 +26,10 @@ public:
     // (messages shown already are not repeated).
     bool SaveBom(BomCard& card, const QString& cardNumber, int mode, QString& resultText,
                  QString& errorText);
+    // For a run that saves many cards in one transaction: the quantity totals and low-level
+    // codes are left to `finishDeferred`, once for every parent the saves touched.
+    void deferDerived() { deferring_ = true; }
+    void finishDeferred();
 
     // Each runs inside the save's transaction.
     void UpdateChildLinks(const BomCard& card, const QString& headerId);
@@ -47,6 +51,8 @@ public:
     void LinkSalesOrder(const QString& headerId, const QString& salesOrder);
 
 private:
+    bool deferring_ = false;
+    QStringList deferredParents_;
     bool writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText);
     void deleteLines(const BomCard& card, const QString& headerId);
     bool writeLines(BomCard& card, RowWriter& writer); // false: a modified line is gone

@@ -416,10 +416,11 @@ bool BomImporter::write(std::vector<Group>& groups, ImportResult& result) {
                                   lines + db::sqlText(QStringLiteral(")")));
     }
     QStringList created;
+    bomservice::BomSaver saver(session_);
+    saver.deferDerived();
     for (Group& group : groups) {
         QString shown, error;
-        if (!bomservice::BomSaver(session_).SaveBom(group.card, kCardNumber, group.mode, shown,
-                                                    error)) {
+        if (!saver.SaveBom(group.card, kCardNumber, group.mode, shown, error)) {
             const QString messages = joined(collecting.take());
             result.refused.push_back(
                 {group.firstRow, QString(), messages.isEmpty() ? shown : messages});
@@ -428,6 +429,7 @@ bool BomImporter::write(std::vector<Group>& groups, ImportResult& result) {
         if (group.mode == 0)
             created << group.card.header.text(0, QStringLiteral("iautoid"));
     }
+    saver.finishDeferred();
     result.boms.clear();
     for (const Group& group : groups)
         result.boms.push_back(imported(group));

@@ -1,5 +1,6 @@
 #include "bomservice/BomCardLoader.h"
 #include "bomservice/BomRuns.h"
+#include "bomservice/LowLevelCodes.h"
 #include "card/CardDocument.h"
 #include "structure/BomImporter.h"
 #include "support/TestAccount.h"
@@ -109,6 +110,12 @@ TEST_P(ImportTest, AnEditedExportChangesAddsAndDeletesLinesAndUndoPutsItBack) {
     ASSERT_TRUE(result.refused.empty()) << result.refused.front().message.toStdString();
     EXPECT_TRUE(result.written);
     EXPECT_EQ(lines(kBk200), (QStringList{"FK100|1", "FR100|3", "SD100|1", "TY101|2", "WH100|2"}));
+    // The levels the import kept are those a full rebuild finds.
+    const QString levels = QStringLiteral("select cinvcode, ilevel from bom_llc order by cinvcode");
+    const QStringList kept = db().query(levels).asText();
+    bomservice::LowLevelCodes(db()).Rebuild();
+    EXPECT_EQ(kept, db().query(levels).asText());
+    EXPECT_TRUE(kept.join(',').contains(QStringLiteral("TY101|")));
 
     ASSERT_TRUE(bomservice::BomRuns(s->session()).Undo(result.run, QStringLiteral("导入")));
     EXPECT_EQ(state(), before);
