@@ -68,8 +68,8 @@ std::unique_ptr<db::Database> openAccount(const QString& url) {
     suite::Account::loadDemo(*db);
     db::Transaction tx(*db);
     db->exec(QStringLiteral("insert into Inventory(iId, cInvCode, cInvName, bself, bFree1, "
-                            "bFree2) values (900000, ?, '基准衬衫', 1, 1, 1)"),
-             {kParent});
+                            "bFree2) values (?, ?, ?, 1, 1, 1)"),
+             {900000, kParent, QStringLiteral("基准衬衫")});
     for (int i = 1; i <= kLines; ++i)
         db->exec(QStringLiteral("insert into Inventory(iId, cInvCode, cInvName, bPurchase) values "
                                 "(?, ?, ?, 1)"),
@@ -87,18 +87,19 @@ std::unique_ptr<db::Database> openAccount(const QString& url) {
     values(1, kColours, colourCode);
     values(2, kSizes, sizeCode);
     db->exec(QStringLiteral("insert into ProductStructure(iautoid, cpspcode, cfree1, cfree2, "
-                            "cdepcode, bexpand, bmrcbbom, cmemo) values (?, ?, 'C00', 'S00', "
-                            "'0202', 1, 1, '基准模板')"),
-             {QStringLiteral("{VB-TEMPLATE}"), kParent});
-    db->exec(QStringLiteral("insert into ProductStructures(ipid, cpspcode, cpscode, ipsquantity, "
-                            "tdqtyd, cwhcode, wiptype, replaceflag) select ?, ?, cInvCode, "
-                            "1 + iId % 9, 1, '02', 3, 0 from Inventory where cInvCode like "
-                            "'VB-P%' order by cInvCode"),
-             {QStringLiteral("{VB-TEMPLATE}"), kParent});
+                            "cdepcode, bexpand, bmrcbbom, cmemo) values (?, ?, ?, ?, ?, 1, 1, ?)"),
+             {QStringLiteral("{VB-TEMPLATE}"), kParent, colourCode(0), sizeCode(0),
+              QStringLiteral("0202"), QStringLiteral("基准模板")});
+    db->exec(
+        QStringLiteral("insert into ProductStructures(ipid, cpspcode, cpscode, ipsquantity, "
+                       "tdqtyd, cwhcode, wiptype, replaceflag) select ?, ?, cInvCode, "
+                       "1 + iId % 9, 1, ?, 3, 0 from Inventory where cInvCode like ? "
+                       "order by cInvCode"),
+        {QStringLiteral("{VB-TEMPLATE}"), kParent, QStringLiteral("02"), QStringLiteral("VB-P%")});
     db->exec(QStringLiteral("insert into ProstruOpt(AutoID, cInvCode, Sequence, tdQtyN, tdQtyD, "
-                            "cWhcode) select autoid, 'SC100', 1, 2, 1, '02' from ProductStructures "
+                            "cWhcode) select autoid, ?, 1, 2, 1, ? from ProductStructures "
                             "where ipid=? and autoid % 10 = 0"),
-             {QStringLiteral("{VB-TEMPLATE}")});
+             {QStringLiteral("SC100"), QStringLiteral("02"), QStringLiteral("{VB-TEMPLATE}")});
     db->exec(QStringLiteral("insert into ProductStructuresEx(cPSPCode, cPSCode, iPSQuantity) "
                             "select cpspcode, cpscode, SUM(ipsquantity) from ProductStructures "
                             "where cpspcode=? group by cpspcode, cpscode"),
@@ -180,8 +181,8 @@ qlonglong pairByPair(entry::Session& session) {
                     "cfree6, cfree7, cfree8, cfree9, cfree10, cdefine1, cdefine2, cdefine3, "
                     "cdefine4, cdefine5, cdefine6, cdefine7, cdefine8, cdefine9, cdefine10, "
                     "cdefine11, cdefine12, cdefine13, cdefine14, cdefine15, cdefine16, ?, ?, 0, "
-                    "'' from ProductStructure where iautoid=?"),
-                {id, pair.colour, pair.size, templateId});
+                    "? from ProductStructure where iautoid=?"),
+                {id, pair.colour, pair.size, QStringLiteral(""), templateId});
         db.exec(QStringLiteral("insert into ProductStructures(%1, ipid) select %1, ? from "
                                "ProductStructures where ipid=? order by autoid")
                     .arg(lines),

@@ -14,6 +14,7 @@
 #include "entry/BomIdentity.h"
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
+#include "suite/AccountSettings.h"
 #include "suite/Prompter.h"
 
 #include <QUuid>
@@ -308,8 +309,8 @@ void BomSaver::SaveQuantityTotals(const QStringList& parentCodes,
 }
 
 void BomSaver::MarkStructureChanged() {
-    session_.gConn->exec(QStringLiteral("update accinformation set cValue='1' where csysid='pp' "
-                                        "and cname='bStruChange'"));
+    suite::AccountSettings(*session_.gConn)
+        .set(suite::AccountSettings::kProduction, suite::AccountSettings::kStructureChanged);
 }
 
 void BomSaver::SetLineKeys(BomCard& card, const QString& headerId) {

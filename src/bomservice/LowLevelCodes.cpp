@@ -4,13 +4,12 @@
 #include "db/BoundRows.h"
 #include "db/Database.h"
 #include "db/Transaction.h"
+#include "suite/AccountSettings.h"
 
 #include <algorithm>
 
 namespace bom::bomservice {
 namespace {
-
-const QString kMarker = QStringLiteral("bLowLevelCodes");
 
 QStringList firstColumn(const db::Rows& rows) {
     QStringList out;
@@ -29,10 +28,8 @@ QStringList cleaned(QStringList codes) {
 } // namespace
 
 bool LowLevelCodes::current() {
-    return db_.scalar(QStringLiteral("select cValue from AccInformation where cSysID='pp' and "
-                                     "cName=?"),
-                      {kMarker})
-               .toString() == QLatin1String("1");
+    return suite::AccountSettings(db_).isSet(suite::AccountSettings::kProduction,
+                                             suite::AccountSettings::kLowLevelCodesCurrent);
 }
 
 void LowLevelCodes::EnsureCurrent() {
@@ -40,9 +37,8 @@ void LowLevelCodes::EnsureCurrent() {
         return;
     db::Transaction tx(db_);
     // Claimed first: a second session doing the same waits here, then finds it done.
-    if (db_.exec(QStringLiteral("update AccInformation set cValue='1' where cSysID='pp' and "
-                                "cName=? and cValue<>'1'"),
-                 {kMarker}) == 1)
+    if (suite::AccountSettings(db_).set(suite::AccountSettings::kProduction,
+                                        suite::AccountSettings::kLowLevelCodesCurrent))
         Rebuild();
     tx.commit();
 }
@@ -54,8 +50,9 @@ void LowLevelCodes::Rebuild() {
                             "walk(code, lvl) as (select distinct cpscode, 1 from "
                             "ProductStructures union select s.cpscode, w.lvl + 1 from walk w "
                             "join ProductStructures s on s.cpspcode = w.code where w.lvl < %1) "
-                            "select code, max(lvl), '' from walk group by code")
-                 .arg(kDeepest));
+                            "select code, max(lvl), ? from walk group by code")
+                 .arg(kDeepest),
+             {QStringLiteral("")});
     // The same parent workOut names: the first by code of those at the deepest level above.
     db_.exec(QStringLiteral(
         "update bom_llc set cvia = (select min(s.cpspcode) from ProductStructures s left join "

@@ -1,5 +1,7 @@
 #include "AccountGenerator.h"
 
+#include "AccountSettings.h"
+
 #include "db/Database.h"
 #include "db/Transaction.h"
 
@@ -183,8 +185,7 @@ void AccountGenerator::writeLowLevelCodes() {
     for (std::size_t i = 0; i < items_.size(); ++i)
         if (via[i] >= 0)
             db_.run(insert, {items_[i].code, level[i], items_[std::size_t(via[i])].code});
-    db_.exec(QStringLiteral("UPDATE AccInformation SET cValue='1' WHERE cSysID='pp' AND "
-                            "cName='bLowLevelCodes'"));
+    AccountSettings(db_).set(AccountSettings::kProduction, AccountSettings::kLowLevelCodesCurrent);
 }
 
 void AccountGenerator::run() {

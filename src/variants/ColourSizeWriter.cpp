@@ -156,10 +156,11 @@ void ColourSizeWriter::insertHeaders(const QString& templateId, const Block& blo
         rows.push_back({id, pair.colour, pair.size});
     // Never the default cost BOM, never approved.
     const db::SqlCondition insert =
-        db::sqlText(QStringLiteral("insert into ProductStructure(iautoid, %1, %2, %3, bmrcbbom, "
-                                   "ccheck) select n.c0, %4, n.c1, n.c2, 0, '' from ")
-                        .arg(copied.join(QLatin1Char(',')), columns_.colour, columns_.size,
-                             prefixed(QStringLiteral("t"), copied).join(QLatin1Char(',')))) +
+        db::SqlCondition{QStringLiteral("insert into ProductStructure(iautoid, %1, %2, %3, "
+                                        "bmrcbbom, ccheck) select n.c0, %4, n.c1, n.c2, 0, ? from ")
+                             .arg(copied.join(QLatin1Char(',')), columns_.colour, columns_.size,
+                                  prefixed(QStringLiteral("t"), copied).join(QLatin1Char(','))),
+                         {QStringLiteral("")}} +
         db::BoundRows::table(db.dialect(),
                              {types.value(QStringLiteral("iautoid")), types.value(columns_.colour),
                               types.value(columns_.size)},

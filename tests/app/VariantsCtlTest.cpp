@@ -95,15 +95,16 @@ TEST_P(VariantsCtlTest, RefusesWhatTheWindowWouldNotDoAndWritesNothing) {
     EXPECT_EQ(texts(fromStopped.out, "message"),
               QStringList{QStringLiteral("当前所选记录为［停用］状态，不可使用批增按钮！")});
     auto db = db::Database::open(account->url());
-    db->exec(QStringLiteral("UPDATE userdef SET cItemName=NULL WHERE cItemName='尺码'"));
+    db->exec(QStringLiteral("UPDATE userdef SET cItemName=NULL WHERE cItemName=?"),
+             {QStringLiteral("尺码")});
     for (const QStringList& args : {QStringList{}, QStringList{"--generate", "WHT:S"}}) {
         const auto refused = variants(args);
         EXPECT_EQ(refused.status, 1);
         EXPECT_EQ(texts(refused.out, "message"),
                   QStringList{QStringLiteral("服装版帐套必须设置颜色和尺码自由项才可以操作！")});
     }
-    EXPECT_EQ(db->scalar(QStringLiteral("SELECT COUNT(*) FROM ProductStructure WHERE "
-                                        "cpspcode='GT100'"))
+    EXPECT_EQ(db->scalar(QStringLiteral("SELECT COUNT(*) FROM ProductStructure WHERE cpspcode=?"),
+                         {QStringLiteral("GT100")})
                   .toInt(),
               2);
 }

@@ -22,20 +22,38 @@ namespace {
 // ST-S uses ST-U (no childguid: the default BOM; 1/2) and ST-Y (3/1 +50% = 4.5, priced at its
 // reference cost 3). ST-U's default BOM uses ST-Z (5/10 +20% = 0.6, price 2); its SO1 BOM
 // uses ST-Z (1/1, price 2). Labour + overhead: T 2+1.8, S 1+0.5, U 0.3+0.5, U/SO1 none.
-const char* const kStructure[] = {
-    "INSERT INTO Inventory(iId, cInvCode, cInvName, cComunitCode, bself, iInvRCost) VALUES "
-    "(901,'ST-T','整机','PCS',1,NULL), (902,'ST-S','部件','PCS',1,NULL), "
-    "(903,'ST-U','组件','PCS',1,NULL), (904,'ST-X','外购件','PCS',0,NULL), "
-    "(905,'ST-Y','原料','PCS',0,3), (906,'ST-Z','零件','PCS',0,99)",
-    "INSERT INTO ProductStructure(iautoid, cpspcode, csocode, fbzrgcb, fbzzfy, fbzcb) VALUES "
-    "('{T}','ST-T',NULL,2,1.8,NULL), ('{S}','ST-S',NULL,1,0.5,10), "
-    "('{U}','ST-U',NULL,0.3,0.5,NULL), ('{U1}','ST-U','SO1',0,0,NULL)",
-    "INSERT INTO ProductStructures(ipid, cpspcode, cpscode, csocode, ipsquantity, tdqtyd, "
-    "iwasterate, fbzdj, childguid) VALUES "
-    "('{T}','ST-T','ST-S',NULL,2,1,10,NULL,'{S}'), ('{T}','ST-T','ST-X',NULL,1,4,0,8,NULL), "
-    "('{T}','ST-T','ST-U','SO1',3,2,0,NULL,NULL), ('{S}','ST-S','ST-U',NULL,1,2,0,NULL,NULL), "
-    "('{S}','ST-S','ST-Y',NULL,3,1,50,NULL,NULL), ('{U}','ST-U','ST-Z',NULL,5,10,20,2,NULL), "
-    "('{U1}','ST-U','ST-Z','SO1',1,1,0,2,NULL)",
+struct FixtureTable {
+    const char* sql;
+    std::vector<db::Params> rows;
+};
+const QVariant kNull;
+// History moved to either side of 2 January 2001, for reading a BOM as it stood that day.
+const QString kBefore = QStringLiteral("2001-01-01 00:00:00");
+const QString kAfter = QStringLiteral("2001-01-03 00:00:00");
+const std::vector<FixtureTable> kStructure = {
+    {"INSERT INTO Inventory(iId, cInvCode, cInvName, cComunitCode, bself, iInvRCost) VALUES "
+     "(?,?,?,?,?,?)",
+     {{901, "ST-T", "整机", "PCS", 1, kNull},
+      {902, "ST-S", "部件", "PCS", 1, kNull},
+      {903, "ST-U", "组件", "PCS", 1, kNull},
+      {904, "ST-X", "外购件", "PCS", 0, kNull},
+      {905, "ST-Y", "原料", "PCS", 0, 3},
+      {906, "ST-Z", "零件", "PCS", 0, 99}}},
+    {"INSERT INTO ProductStructure(iautoid, cpspcode, csocode, fbzrgcb, fbzzfy, fbzcb) VALUES "
+     "(?,?,?,?,?,?)",
+     {{"{T}", "ST-T", kNull, 2, 1.8, kNull},
+      {"{S}", "ST-S", kNull, 1, 0.5, 10},
+      {"{U}", "ST-U", kNull, 0.3, 0.5, kNull},
+      {"{U1}", "ST-U", "SO1", 0, 0, kNull}}},
+    {"INSERT INTO ProductStructures(ipid, cpspcode, cpscode, csocode, ipsquantity, tdqtyd, "
+     "iwasterate, fbzdj, childguid) VALUES (?,?,?,?,?,?,?,?,?)",
+     {{"{T}", "ST-T", "ST-S", kNull, 2, 1, 10, kNull, "{S}"},
+      {"{T}", "ST-T", "ST-X", kNull, 1, 4, 0, 8, kNull},
+      {"{T}", "ST-T", "ST-U", "SO1", 3, 2, 0, kNull, kNull},
+      {"{S}", "ST-S", "ST-U", kNull, 1, 2, 0, kNull, kNull},
+      {"{S}", "ST-S", "ST-Y", kNull, 3, 1, 50, kNull, kNull},
+      {"{U}", "ST-U", "ST-Z", kNull, 5, 10, 20, 2, kNull},
+      {"{U1}", "ST-U", "ST-Z", "SO1", 1, 1, 0, 2, kNull}}},
 };
 
 QString shape(const structure::ExplosionResult& result) {
@@ -53,11 +71,12 @@ QString shape(const structure::ExplosionResult& result) {
 class StructureTest : public test::DemoSessionTest {
 protected:
     void loadStructure() {
-        for (const char* sql : kStructure)
-            db().exec(QLatin1String(sql));
+        for (const FixtureTable& table : kStructure)
+            for (const db::Params& row : table.rows)
+                db().exec(QLatin1String(table.sql), row);
     }
-    QStringList rows(const QString& sql) {
-        const db::Rows found = db().query(sql);
+    QStringList rows(const QString& sql, const db::Params& params = {}) {
+        const db::Rows found = db().query(sql, params);
         QStringList out;
         for (std::size_t i = 0; i < found.size(); ++i) {
             QStringList cells;
@@ -112,7 +131,8 @@ TEST_P(StructureTest, ExplosionCarriesQuantitiesThroughEveryLevelAndStopsAtLimit
 
     // An operator who may not see ST-Y sees no BOM of ST-S: there it is a leaf.
     suite::RightsStore rights(db());
-    db().exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES ('li','李')"));
+    db().exec(QStringLiteral("INSERT INTO sys_operator(cuserid, cusername) VALUES (?,?)"),
+              {QStringLiteral("li"), QStringLiteral("李")});
     rights.setScope(QStringLiteral("li"), QStringLiteral("function"),
                     suite::RightsStore::Scope::All);
     rights.setScope(QStringLiteral("li"), QStringLiteral("inventory"),
@@ -127,7 +147,9 @@ TEST_P(StructureTest, ExplosionCarriesQuantitiesThroughEveryLevelAndStopsAtLimit
 
     // Old data looping back to the top: reported with its way down, not followed.
     db().exec(QStringLiteral("INSERT INTO ProductStructures(ipid, cpspcode, cpscode, ipsquantity, "
-                             "tdqtyd, childguid) VALUES ('{U}','ST-U','ST-T',1,1,'{T}')"));
+                             "tdqtyd, childguid) VALUES (?,?,?,1,1,?)"),
+              {QStringLiteral("{U}"), QStringLiteral("ST-U"), QStringLiteral("ST-T"),
+               QStringLiteral("{T}")});
     const auto looping = explosion.Explode(QStringLiteral("{T}"), 0);
     ASSERT_EQ(looping->loops.size(), 1u);
     EXPECT_EQ(looping->loops[0], QStringList({"ST-T", "ST-S", "ST-U", "ST-T"}));
@@ -172,20 +194,23 @@ TEST_P(StructureTest, WhereUsedSumsEveryWayUpAndCostRollUpWritesAsAnUndoableRun)
 
     // Written: S is approved and left alone; a BOM changed after the figures were worked out
     // refuses the whole write.
-    db().exec(QStringLiteral("update ProductStructure set ccheck='demo' where iautoid='{S}'"));
+    db().exec(QStringLiteral("update ProductStructure set ccheck=? where iautoid=?"),
+              {QStringLiteral("demo"), QStringLiteral("{S}")});
     costs = rollup.Compute(QStringLiteral("{T}"));
-    db().exec(QStringLiteral("update ProductStructure set cmemo='改' where iautoid='{U}'"));
+    db().exec(QStringLiteral("update ProductStructure set cmemo=? where iautoid=?"),
+              {QStringLiteral("改"), QStringLiteral("{U}")});
     const QString stored = QStringLiteral("select iautoid, fbzwlcb, fbzcb from ProductStructure "
-                                          "where cpspcode like 'ST-%' order by iautoid");
-    const QStringList before = rows(stored);
+                                          "where cpspcode like ? order by iautoid");
+    const db::Params ours{QStringLiteral("ST-%")};
+    const QStringList before = rows(stored, ours);
     EXPECT_FALSE(rollup.Write(costs));
-    EXPECT_EQ(rows(stored), before);
+    EXPECT_EQ(rows(stored, ours), before);
     costs = rollup.Compute(QStringLiteral("{T}"));
     const auto written = rollup.Write(costs);
     ASSERT_TRUE(written);
     EXPECT_EQ(written->boms, 3);
     EXPECT_EQ(written->approved, 1);
-    EXPECT_EQ(rows(stored), QStringList({"{S}||10", "{T}|40.2|44", "{U1}|2|2", "{U}|1.2|2"}));
+    EXPECT_EQ(rows(stored, ours), QStringList({"{S}||10", "{T}|40.2|44", "{U1}|2|2", "{U}|1.2|2"}));
     for (const auto& row : rollup.Compute(QStringLiteral("{T}")))
         EXPECT_EQ(row.differs, row.iautoid == QStringLiteral("{S}"));
     const auto history = bomservice::BomHistory(db()).read(QStringLiteral("{T}"));
@@ -195,12 +220,12 @@ TEST_P(StructureTest, WhereUsedSumsEveryWayUpAndCostRollUpWritesAsAnUndoableRun)
     EXPECT_EQ(history[1].change.newValue, QStringLiteral("40.2"));
 
     ASSERT_TRUE(bomservice::BomRuns(s()).Undo(written->run, QStringLiteral("撤销")));
-    EXPECT_EQ(rows(stored), before);
+    EXPECT_EQ(rows(stored, ours), before);
     // The BOM as it stood between the write and the undo has the figures again.
-    db().exec(QStringLiteral("update sys_bom_history set dtime='2001-01-01 00:00:00' where "
-                             "ckind<>'run-undo'"));
-    db().exec(QStringLiteral("update sys_bom_history set dtime='2001-01-03 00:00:00' where "
-                             "ckind='run-undo'"));
+    const QString undone = QStringLiteral("run-undo");
+    db().exec(QStringLiteral("update sys_bom_history set dtime=? where ckind<>?"),
+              {kBefore, undone});
+    db().exec(QStringLiteral("update sys_bom_history set dtime=? where ckind=?"), {kAfter, undone});
     const auto between =
         bomservice::BomHistory(db()).readAt(QStringLiteral("{T}"), QDateTime({2001, 1, 2}, {}));
     ASSERT_TRUE(between);
@@ -211,9 +236,8 @@ TEST_P(StructureTest, ComparingABomWithItsOwnPastShowsWhatEachChangeDid) {
     const QString bike = idOf("BK200");
     const bomservice::BomCard then = *bomservice::BomHistory(db()).readStored(bike);
     const QString stored = QStringLiteral("select autoid, cpscode, ipsquantity, tdqtyd, cwhcode "
-                                          "from ProductStructures where ipid='%1' order by autoid")
-                               .arg(bike);
-    const QStringList linesThen = rows(stored);
+                                          "from ProductStructures where ipid=? order by autoid");
+    const QStringList linesThen = rows(stored, {bike});
     const int seen =
         db().scalar(QStringLiteral("select COALESCE(max(id),0) from sys_bom_history")).toInt();
 
@@ -235,10 +259,8 @@ TEST_P(StructureTest, ComparingABomWithItsOwnPastShowsWhatEachChangeDid) {
     ASSERT_TRUE(editor.InitBatch(1, QStringLiteral("'%1'").arg(bike), QStringLiteral("FR100")));
     ASSERT_EQ(editor.CheckValue(QStringLiteral("iwasterate"), QStringLiteral("5")), QString());
     ASSERT_TRUE(editor.Save());
-    db().exec(QStringLiteral("update sys_bom_history set dtime='2001-01-01 00:00:00' where id<=?"),
-              {seen});
-    db().exec(QStringLiteral("update sys_bom_history set dtime='2001-01-03 00:00:00' where id>?"),
-              {seen});
+    db().exec(QStringLiteral("update sys_bom_history set dtime=? where id<=?"), {kBefore, seen});
+    db().exec(QStringLiteral("update sys_bom_history set dtime=? where id>?"), {kAfter, seen});
 
     bomservice::BomHistory history(db());
     const auto past = history.readAt(bike, QDateTime({2001, 1, 2}, {}));

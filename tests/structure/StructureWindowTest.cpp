@@ -94,7 +94,8 @@ TEST_P(StructureWindowTest, ListAndCardOpenTheStructureWhichExportsWritesCostsAn
     EXPECT_TRUE(numeric) << wheelRow->value(6).toStdString();
     // The costs stand written, as one run.
     EXPECT_TRUE(prompter.texts().last().startsWith(QStringLiteral("已写入")));
-    EXPECT_EQ(db->scalar(QStringLiteral("select count(*) from sys_bom_run where coperation='cost'"))
+    EXPECT_EQ(db->scalar(QStringLiteral("select count(*) from sys_bom_run where coperation=?"),
+                         {QStringLiteral("cost")})
                   .toInt(),
               1);
     EXPECT_FALSE(

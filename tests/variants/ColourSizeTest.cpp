@@ -12,6 +12,8 @@ namespace {
 
 const QString kShirt = QStringLiteral("{4CEC3297-B84C-5AAF-B02C-EAE3D62404CD}"); // RED M, cost BOM
 const QString kBike = QStringLiteral("{BDAD2A5E-EE29-5A09-AADB-050369217BC0}");
+const QString kShirtCode = QStringLiteral("GT100");
+const QString kStructureChanged = QStringLiteral("bStruChange");
 
 // Rows as exact text, a row a line.
 QStringList dump(db::Database& db, const QString& sql, const db::Params& params = {}) {
@@ -28,13 +30,13 @@ protected:
         s = std::make_unique<test::TestSession>(account->url(), QStringLiteral("demo"));
         // The template's button line has a substitute; the bike uses the white small shirt.
         db().exec(QStringLiteral("INSERT INTO ProstruOpt(AutoID, cInvCode, Sequence, tdQtyN, "
-                                 "tdQtyD, cWhcode) SELECT autoid, 'SC100', 1, 6, 1, '02' FROM "
-                                 "ProductStructures WHERE ipid=? AND cpscode='BT100'"),
-                  {kShirt});
+                                 "tdQtyD, cWhcode) SELECT autoid, ?, 1, 6, 1, ? FROM "
+                                 "ProductStructures WHERE ipid=? AND cpscode=?"),
+                  {QStringLiteral("SC100"), QStringLiteral("02"), kShirt, QStringLiteral("BT100")});
         db().exec(QStringLiteral("INSERT INTO ProductStructures(ipid, cpspcode, cpscode, cfree1, "
-                                 "cfree2, ipsquantity, tdqtyd) VALUES (?, 'BK100', 'GT100', "
-                                 "'WHT', 'S', 1, 1)"),
-                  {kBike});
+                                 "cfree2, ipsquantity, tdqtyd) VALUES (?, ?, ?, ?, ?, 1, 1)"),
+                  {kBike, QStringLiteral("BK100"), QStringLiteral("GT100"), QStringLiteral("WHT"),
+                   QStringLiteral("S")});
     }
     void TearDown() override {
         s.reset();
@@ -63,9 +65,9 @@ protected:
     }
     QString bomOf(const QString& colourCode, const QString& size) {
         return db()
-            .scalar(QStringLiteral("SELECT iautoid FROM ProductStructure WHERE cpspcode='GT100' "
+            .scalar(QStringLiteral("SELECT iautoid FROM ProductStructure WHERE cpspcode=? "
                                    "AND cfree1=? AND cfree2=?"),
-                    {colourCode, size})
+                    {kShirtCode, colourCode, size})
             .toString();
     }
     // A generation of exactly these pairs from the shirt.
@@ -80,7 +82,8 @@ protected:
 };
 
 TEST_P(ColourSizeTest, GeneratesEachNewPairOnceLikeASavedBomAndUndoRemovesThem) {
-    db().exec(QStringLiteral("UPDATE accinformation SET cValue='0' WHERE cname='bStruChange'"));
+    db().exec(QStringLiteral("UPDATE accinformation SET cValue=? WHERE cname=?"),
+              {QStringLiteral("0"), kStructureChanged});
     const QStringList before = state();
     ColourSizeGenerator g(s->session());
     ASSERT_TRUE(g.Open(Mode::Copy, kShirt));
@@ -142,22 +145,23 @@ TEST_P(ColourSizeTest, GeneratesEachNewPairOnceLikeASavedBomAndUndoRemovesThem) 
         EXPECT_EQ(history[0].run, result->run);
     }
     EXPECT_EQ(db().scalar(QStringLiteral("SELECT childguid FROM ProductStructures WHERE "
-                                         "ipid=? AND cpscode='GT100'"),
-                          {kBike})
+                                         "ipid=? AND cpscode=?"),
+                          {kBike, kShirtCode})
                   .toString(),
               bomOf("WHT", "S"));
     EXPECT_DOUBLE_EQ(db().scalar(QStringLiteral("SELECT iPSQuantity FROM ProductStructuresEx "
-                                                "WHERE cPSPCode='GT100' AND cPSCode='BT100'"))
+                                                "WHERE cPSPCode=? AND cPSCode=?"),
+                                 {kShirtCode, QStringLiteral("BT100")})
                          .toDouble(),
                      8.0 * 5);
-    EXPECT_EQ(count("SELECT cValue FROM accinformation WHERE cname='bStruChange'"), 1);
+    EXPECT_EQ(count("SELECT cValue FROM accinformation WHERE cname=?", {kStructureChanged}), 1);
 
     // Twice creates nothing.
     const auto again = g.Run();
     ASSERT_TRUE(again);
     EXPECT_EQ(again->run, 0);
     EXPECT_TRUE(again->created.isEmpty());
-    EXPECT_EQ(count("SELECT COUNT(*) FROM ProductStructure WHERE cpspcode='GT100'"), 5);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM ProductStructure WHERE cpspcode=?", {kShirtCode}), 5);
 
     bomservice::BomRuns runs(s->session());
     EXPECT_EQ(runs.List().front().operation, QStringLiteral("variants-generate"));
@@ -171,8 +175,8 @@ TEST_P(ColourSizeTest, DeletionKeepsProtectedPairsReportsThemAndUndoPutsTheRestB
     const auto made =
         generate({{"WHT", "S"}, {"WHT", "M"}, {"BLK", "XL"}, {"GRY", "M"}, {"GRY", "L"}});
     ASSERT_EQ(made.created.size(), 5);
-    db().exec(QStringLiteral("UPDATE ProductStructure SET ccheck='演示操作员' WHERE iautoid=?"),
-              {bomOf("WHT", "M")});
+    db().exec(QStringLiteral("UPDATE ProductStructure SET ccheck=? WHERE iautoid=?"),
+              {QStringLiteral("演示操作员"), bomOf("WHT", "M")});
     const QStringList generated = state();
 
     ColourSizeGenerator g(s->session());
@@ -218,7 +222,9 @@ TEST_P(ColourSizeTest, DeletionKeepsProtectedPairsReportsThemAndUndoPutsTheRestB
     generate({{"GRY", "L"}});
     EXPECT_FALSE(runs.Undo(removed->run, QStringLiteral("批量处理")));
     EXPECT_TRUE(s->prompter.texts().last().contains(QStringLiteral("已重新建立")));
-    EXPECT_EQ(count("SELECT COUNT(*) FROM ProductStructure WHERE cfree1='GRY' AND cfree2='L'"), 1);
+    EXPECT_EQ(count("SELECT COUNT(*) FROM ProductStructure WHERE cfree1=? AND cfree2=?",
+                    {QStringLiteral("GRY"), QStringLiteral("L")}),
+              1);
 }
 
 TEST_P(ColourSizeTest, ACancelOrAFailureHalfWayLeavesNothingAndNamesMustBeTheItems) {
