@@ -15,9 +15,9 @@ namespace {
 
 std::vector<Command> allCommands() {
     std::vector<Command> all = accountCommands();
-    for (auto group : {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands,
-                       batchCommands, printCommands, variantsCommands, structureCommands,
-                       spreadsheetCommands})
+    for (auto group :
+         {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands, batchCommands,
+          printCommands, variantsCommands, structureCommands, spreadsheetCommands})
         for (const Command& c : group())
             all.push_back(c);
     return all;
@@ -65,8 +65,8 @@ void printHelp(const std::vector<Command>& commands) {
         "  compare: diff (cinvcode, path, change added|removed|changed, fields {name:[a,b]}),");
     std::puts("    cost (material_a, material_b, total_a, total_b, difference)");
     std::puts("  export: file, rows    import: refused (row, field, message), boms (iautoid,");
-    std::puts(
-        "    cpspcode, csocode, created, row, lines), written, run (undo it with batch undo)");
+    std::puts("    cpspcode, csocode, created, row, lines), unchanged (iautoid of stored BOMs the");
+    std::puts("    file holds as they are), written, run (undo it with batch undo)");
 }
 
 // Global options that take a value, and those that do not.

@@ -2,6 +2,7 @@
 
 #include "bomservice/BomAccess.h"
 #include "bomservice/BomCardLoader.h"
+#include "bomservice/BomHistory.h"
 #include "bomservice/BomRuns.h"
 #include "bomservice/BomSaver.h"
 #include "bomservice/BomValidator.h"
@@ -102,6 +103,20 @@ ImportResult BomImporter::Import(const std::vector<QStringList>& rows, bool prev
         for (Group& group : found)
             prepare(group, result);
         if (!result.refused.empty())
+            return result;
+        // A stored BOM the file leaves as it is is not saved again: no new version, no run.
+        // Compared as the save's history would compare it, with the stored values as stored.
+        bomservice::BomHistory history(*session_.gConn);
+        std::erase_if(found, [&](const Group& group) {
+            const QString id = group.card.header.text(0, QStringLiteral("iautoid"));
+            const bool same =
+                group.mode == 1 &&
+                bomservice::BomHistory::diff(history.readStored(id), group.card).empty();
+            if (same)
+                result.unchanged << id;
+            return same;
+        });
+        if (found.empty())
             return result;
         for (const Group& group : found)
             result.boms.push_back(imported(group));
@@ -493,6 +508,13 @@ QString ImportRefusal::text() const {
                            : QStringLiteral("第%1行 %2：%3").arg(row).arg(field, message);
 }
 
+QString BomImporter::nothingToImport(const ImportResult& result) {
+    return result.unchanged.isEmpty()
+               ? QStringLiteral("文件中没有物料清单。")
+               : QStringLiteral("文件中的%1个物料清单与已存的相同，没有要导入的内容。")
+                     .arg(result.unchanged.size());
+}
+
 bool BomImporter::ImportAsked(const QString& path) {
     static const QString title = QStringLiteral("导入物料清单");
     auto report = [&](const std::vector<ImportRefusal>& refused) {
@@ -512,7 +534,7 @@ bool BomImporter::ImportAsked(const QString& path) {
         return false;
     }
     if (checked.boms.empty()) {
-        session_.prompter.info(QStringLiteral("文件中没有物料清单。"), title, 48);
+        session_.prompter.info(nothingToImport(checked), title, 48);
         return false;
     }
     const auto created = std::count_if(checked.boms.begin(), checked.boms.end(),

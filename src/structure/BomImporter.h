@@ -49,9 +49,10 @@ struct ImportedBom {
 
 struct ImportResult {
     std::vector<ImportRefusal> refused;
-    std::vector<ImportedBom> boms;
-    bool written = false; // false for a preview, and whenever anything was refused
-    qlonglong run = 0;    // the run record of a written import, for undo
+    std::vector<ImportedBom> boms; // those made or changed
+    QStringList unchanged;         // stored BOMs the file holds as they are: left alone
+    bool written = false;          // false for a preview, and whenever anything was refused
+    qlonglong run = 0;             // the run record of a written import, for undo
 };
 
 // BOMs from a spreadsheet in the layout a card exports to (cardSheet): a heading of field names
@@ -71,6 +72,8 @@ public:
     // The planner's way: checked first, every refusal reported (nothing written), else asked
     // whether to go on, written and told. True when written.
     bool ImportAsked(const QString& path);
+    // What a file with no BOM to make or change is told.
+    static QString nothingToImport(const ImportResult& result);
     ImportResult Import(const std::vector<QStringList>& rows, bool preview);
 
     // A card in the import layout: header fields repeated on every line (one row when it has

@@ -181,8 +181,16 @@ TEST_P(ImportTest, ThePlannersWayReportsRefusalsAsksFirstAndWritesOnlyOnYes) {
     };
     const QStringList before = state();
 
+    // As exported: nothing to do, and nothing done (no new version, no run).
+    save();
+    EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
+    EXPECT_EQ(s->prompter.texts(),
+              QStringList{QStringLiteral("文件中的1个物料清单与已存的相同，没有要导入的内容。")});
+    EXPECT_EQ(state(), before);
+
     rows[1][qty] = QStringLiteral("0");
     save();
+    s->prompter.clear();
     EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
     ASSERT_EQ(s->prompter.texts().size(), 1);
     EXPECT_TRUE(s->prompter.texts().last().startsWith(

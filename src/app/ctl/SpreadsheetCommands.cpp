@@ -139,13 +139,19 @@ int runImport(CtlContext& ctx) {
                                 {"created", b.created},
                                 {"row", b.firstRow},
                                 {"lines", b.lines}});
-    if (result.refused.empty())
+    const bool nothing = result.refused.empty() && result.boms.empty();
+    if (nothing)
+        ctx.session().ShowInfo(structure::BomImporter::nothingToImport(result));
+    else if (result.refused.empty())
         ctx.printLine(preview ? QStringLiteral("校验通过，未写入（--dry-run）")
                               : QStringLiteral("已导入%1个物料清单").arg(result.boms.size()));
-    const bool ok = result.refused.empty();
-    return ctx.finish(
-        ok ? ExitOk : ExitRefused,
-        {{"refused", refused}, {"boms", boms}, {"written", result.written}, {"run", result.run}});
+    const bool ok = result.refused.empty() && !nothing;
+    return ctx.finish(ok ? ExitOk : ExitRefused,
+                      {{"refused", refused},
+                       {"boms", boms},
+                       {"unchanged", QJsonArray::fromStringList(result.unchanged)},
+                       {"written", result.written},
+                       {"run", result.run}});
 }
 
 } // namespace
@@ -154,13 +160,14 @@ std::vector<Command> spreadsheetCommands() {
     return {
         {"export",
          "export list [--where FIELD=VALUE …] [--columns A,B,…] | card IAUTOID |\n"
-         "              explode … | where-used … | compare …  --xlsx FILE | --csv FILE\n"
+         "              explode CODE|IAUTOID [--levels N] [--summary] | where-used CODE\n"
+         "              [--levels N] | compare A B [--exploded]   --xlsx FILE | --csv FILE\n"
          "              (a card in the layout import reads; the others as their commands answer)",
          runExport},
         {"import",
          "import FILE [--dry-run]   (BOMs from .xlsx or .csv in the layout export card writes:\n"
          "              header fields as header.FIELD on every row, one row per line; all or\n"
-         "              nothing, every refused row reported)",
+         "              nothing, every refused row reported; exit 1 when nothing would change)",
          runImport},
     };
 }
