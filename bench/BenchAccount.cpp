@@ -179,6 +179,11 @@ std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString
     return session;
 }
 
+GeneratedSession::GeneratedSession(const QString& url) {
+    openGeneratedAccount(url, 100000);
+    headless = signIn(url, QStringLiteral("demo"), prompter);
+}
+
 void forgetRuns(db::Database& db, const QList<qlonglong>& runs) {
     db::Transaction tx(db);
     for (qlonglong run : runs) {

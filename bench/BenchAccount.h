@@ -66,6 +66,16 @@ ListAccount listAccount(int argc, char** argv);
 std::unique_ptr<entry::HeadlessSession> signIn(const QString& url, const QString& user,
                                                suite::ScriptedPrompter& prompter);
 
+// The demo operator signed in on the generated 100,000-BOM account (made first when missing).
+struct GeneratedSession {
+    explicit GeneratedSession(const QString& url);
+    entry::Session& session() { return headless->session(); }
+    db::Database& db() { return *session().gConn; }
+
+    suite::ScriptedPrompter prompter;
+    std::unique_ptr<entry::HeadlessSession> headless;
+};
+
 // Drops the record and history of runs already undone, so an account a benchmark ran on is
 // as it was before and the next measurement starts alike.
 void forgetRuns(db::Database& db, const QList<qlonglong>& runs);

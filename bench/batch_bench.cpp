@@ -341,11 +341,10 @@ void report(const QString& selection, const Figures& f, bool postgres) {
 }
 
 int run(const QString& url, int runs) {
-    bench::openGeneratedAccount(url, 100000);
-    suite::ScriptedPrompter prompter;
-    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
-    entry::Session& session = headless->session();
-    db::Database& db = *session.gConn;
+    bench::GeneratedSession signedIn(url);
+    suite::ScriptedPrompter& prompter = signedIn.prompter;
+    entry::Session& session = signedIn.session();
+    db::Database& db = signedIn.db();
     ensureMasterData(db);
     const std::pair<QString, QString> selections[] = {
         {QStringLiteral("BOMs in list order"), QStringLiteral("cpspcode, cfree1, cfree2")},

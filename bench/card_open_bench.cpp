@@ -61,11 +61,9 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QString url = bench::accountUrl(argc, argv);
     const int runs = bench::countArg(argc, argv, 2, 20);
-    bench::openGeneratedAccount(url, 100000);
-
-    suite::ScriptedPrompter prompter;
-    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
-    entry::Session& session = headless->session();
+    bench::GeneratedSession signedIn(url);
+    suite::ScriptedPrompter& prompter = signedIn.prompter;
+    entry::Session& session = signedIn.session();
     const QString id = cardOf500Lines(session);
 
     card::CardDocument document(session);

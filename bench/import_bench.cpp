@@ -78,11 +78,10 @@ QString writeFile(entry::Session& session, const std::vector<bomservice::BomCard
 }
 
 int run(const QString& url, int runs) {
-    bench::openGeneratedAccount(url, 100000);
-    suite::ScriptedPrompter prompter;
-    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
-    entry::Session& session = headless->session();
-    db::Database& db = *session.gConn;
+    bench::GeneratedSession signedIn(url);
+    suite::ScriptedPrompter& prompter = signedIn.prompter;
+    entry::Session& session = signedIn.session();
+    db::Database& db = signedIn.db();
     const QStringList ids = firstBoms(db);
     QTemporaryDir dir;
     int lines = 0;

@@ -147,12 +147,10 @@ QStringList storedRows(db::Database& db, const QString& headerId) {
 }
 
 int run(const QString& url, int runs) {
-    bench::openGeneratedAccount(url, 100000);
-
-    suite::ScriptedPrompter prompter;
-    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
-    entry::Session& session = headless->session();
-    db::Database& db = *session.gConn;
+    bench::GeneratedSession signedIn(url);
+    suite::ScriptedPrompter& prompter = signedIn.prompter;
+    entry::Session& session = signedIn.session();
+    db::Database& db = signedIn.db();
     const bool postgres = db.isPostgres();
 
     const QStringList components = bench::purchasedItems(db, kLines);

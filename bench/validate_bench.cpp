@@ -25,11 +25,10 @@ double p50(std::vector<double> ms) {
 }
 
 int run(const QString& url) {
-    bench::openGeneratedAccount(url, 100000);
-    suite::ScriptedPrompter prompter;
-    const auto headless = bench::signIn(url, QStringLiteral("demo"), prompter);
-    entry::Session& session = headless->session();
-    db::Database& db = *session.gConn;
+    bench::GeneratedSession signedIn(url);
+    suite::ScriptedPrompter& prompter = signedIn.prompter;
+    entry::Session& session = signedIn.session();
+    db::Database& db = signedIn.db();
     const QString kind = db.isPostgres() ? QStringLiteral("pg") : QStringLiteral("sqlite");
 
     QStringList components;

@@ -3,7 +3,7 @@
 #include "bomservice/LowLevelCodes.h"
 #include "card/CardDocument.h"
 #include "structure/BomImporter.h"
-#include "support/TestAccount.h"
+#include "support/DemoSessionTest.h"
 
 #include <QTemporaryDir>
 
@@ -23,25 +23,14 @@ void PrintTo(const ImportRefusal& r, std::ostream* out) {
 }
 } // namespace bom::structure
 
-class ImportTest : public test::BackendTest {
+class ImportTest : public test::DemoSessionTest {
 protected:
-    void SetUp() override {
-        BackendTest::SetUp();
-        account->createDemo();
-        s = std::make_unique<test::TestSession>(account->url(), QStringLiteral("demo"));
-    }
-    void TearDown() override {
-        s.reset();
-        BackendTest::TearDown();
-    }
-    db::Database& db() { return s->db(); }
-
     // A card exported to XLSX and read back, as a planner's file arrives.
     std::vector<QStringList> exported(const QString& id) {
-        bomservice::BomCardLoader loader(s->session());
+        bomservice::BomCardLoader loader(s());
         const auto voucher = loader.LoadTemplate(QStringLiteral("PP30"));
         const auto card = loader.LoadBom(*voucher, id);
-        card::CardDocument document(s->session());
+        card::CardDocument document(s());
         EXPECT_TRUE(document.applyTemplate(QStringLiteral("PP30"), voucher->DEF_ID));
         const QString path = dir.filePath(QStringLiteral("card.xlsx"));
         QString error;
@@ -73,7 +62,6 @@ protected:
     }
 
     QTemporaryDir dir;
-    std::unique_ptr<test::TestSession> s;
 };
 
 TEST_P(ImportTest, AnEditedExportChangesAddsAndDeletesLinesAndUndoPutsItBack) {
@@ -98,7 +86,7 @@ TEST_P(ImportTest, AnEditedExportChangesAddsAndDeletesLinesAndUndoPutsItBack) {
     rows.push_back(added);
     const QStringList before = state();
 
-    const auto preview = BomImporter(s->session()).Import(rows, true);
+    const auto preview = BomImporter(s()).Import(rows, true);
     EXPECT_TRUE(preview.refused.empty());
     ASSERT_EQ(preview.boms.size(), 1u);
     EXPECT_FALSE(preview.boms[0].created);
@@ -106,7 +94,7 @@ TEST_P(ImportTest, AnEditedExportChangesAddsAndDeletesLinesAndUndoPutsItBack) {
     EXPECT_FALSE(preview.written);
     EXPECT_EQ(state(), before);
 
-    const auto result = BomImporter(s->session()).Import(rows, false);
+    const auto result = BomImporter(s()).Import(rows, false);
     ASSERT_TRUE(result.refused.empty()) << result.refused.front().message.toStdString();
     EXPECT_TRUE(result.written);
     EXPECT_EQ(lines(kBk200), (QStringList{"FK100|1", "FR100|3", "SD100|1", "TY101|2", "WH100|2"}));
@@ -117,7 +105,7 @@ TEST_P(ImportTest, AnEditedExportChangesAddsAndDeletesLinesAndUndoPutsItBack) {
     EXPECT_EQ(kept, db().query(levels).asText());
     EXPECT_TRUE(kept.join(',').contains(QStringLiteral("TY101|")));
 
-    ASSERT_TRUE(bomservice::BomRuns(s->session()).Undo(result.run, QStringLiteral("导入")));
+    ASSERT_TRUE(bomservice::BomRuns(s()).Undo(result.run, QStringLiteral("导入")));
     EXPECT_EQ(state(), before);
 }
 
@@ -132,7 +120,7 @@ TEST_P(ImportTest, AnyRefusedRowWritesNothingAndEveryRefusalIsReportedWithItsRow
     unknown[item] = QStringLiteral("NOPE");
     rows.push_back(unknown);
     const QStringList before = state();
-    const auto result = BomImporter(s->session()).Import(rows, false);
+    const auto result = BomImporter(s()).Import(rows, false);
     EXPECT_FALSE(result.written);
     ASSERT_EQ(result.refused.size(), 3u);
     EXPECT_EQ(result.refused[0].row, 3);
@@ -145,7 +133,7 @@ TEST_P(ImportTest, AnyRefusedRowWritesNothingAndEveryRefusalIsReportedWithItsRow
     // A heading that names no field of the card stops the import at row 1.
     std::vector<QStringList> wrong{{"header.cpspcode", "cpscode", "colour"},
                                    {"GT100", "TH100", "x"}};
-    const auto refused = BomImporter(s->session()).Import(wrong, false);
+    const auto refused = BomImporter(s()).Import(wrong, false);
     ASSERT_EQ(refused.refused.size(), 1u);
     EXPECT_EQ(refused.refused[0].row, 1);
     EXPECT_EQ(refused.refused[0].field, QStringLiteral("colour"));
@@ -157,12 +145,12 @@ TEST_P(ImportTest, RowsOfANewIdentityMakeANewBomThatUndoRemoves) {
         {"GT100", "BLK", "S", "TH100", "1", "1"},
         {"GT100", "BLK", "S", "BT100", "8", "1"}};
     const QStringList before = state();
-    const auto result = BomImporter(s->session()).Import(rows, false);
+    const auto result = BomImporter(s()).Import(rows, false);
     ASSERT_TRUE(result.refused.empty()) << result.refused.front().message.toStdString();
     ASSERT_EQ(result.boms.size(), 1u);
     EXPECT_TRUE(result.boms[0].created);
     EXPECT_EQ(lines(result.boms[0].headerId), (QStringList{"BT100|8", "TH100|1"}));
-    ASSERT_TRUE(bomservice::BomRuns(s->session()).Undo(result.run, QStringLiteral("导入")));
+    ASSERT_TRUE(bomservice::BomRuns(s()).Undo(result.run, QStringLiteral("导入")));
     EXPECT_EQ(state(), before);
 }
 
@@ -183,30 +171,30 @@ TEST_P(ImportTest, ThePlannersWayReportsRefusalsAsksFirstAndWritesOnlyOnYes) {
 
     // As exported: nothing to do, and nothing done (no new version, no run).
     save();
-    EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
-    EXPECT_EQ(s->prompter.texts(),
+    EXPECT_FALSE(BomImporter(s()).ImportAsked(path));
+    EXPECT_EQ(session->prompter.texts(),
               QStringList{QStringLiteral("文件中的1个物料清单与已存的相同，没有要导入的内容。")});
     EXPECT_EQ(state(), before);
 
     rows[1][qty] = QStringLiteral("0");
     save();
-    s->prompter.clear();
-    EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
-    ASSERT_EQ(s->prompter.texts().size(), 1);
-    EXPECT_TRUE(s->prompter.texts().last().startsWith(
+    session->prompter.clear();
+    EXPECT_FALSE(BomImporter(s()).ImportAsked(path));
+    ASSERT_EQ(session->prompter.texts().size(), 1);
+    EXPECT_TRUE(session->prompter.texts().last().startsWith(
         QStringLiteral("以下1行未通过检查，没有导入任何物料清单：\n第2行 ipsquantity：")));
 
     rows[1][qty] = QStringLiteral("4");
     save();
-    s->prompter.queueAnswer(suite::Prompter::Answer::No);
-    EXPECT_FALSE(BomImporter(s->session()).ImportAsked(path));
-    EXPECT_EQ(s->prompter.texts().last(),
+    session->prompter.queueAnswer(suite::Prompter::Answer::No);
+    EXPECT_FALSE(BomImporter(s()).ImportAsked(path));
+    EXPECT_EQ(session->prompter.texts().last(),
               QStringLiteral("将导入1个物料清单（新增0个，修改1个），是否继续？"));
     EXPECT_EQ(state(), before);
 
-    s->prompter.queueAnswer(suite::Prompter::Answer::Yes);
-    EXPECT_TRUE(BomImporter(s->session()).ImportAsked(path));
-    EXPECT_TRUE(s->prompter.texts().last().startsWith(QStringLiteral("已导入1个物料清单")));
+    session->prompter.queueAnswer(suite::Prompter::Answer::Yes);
+    EXPECT_TRUE(BomImporter(s()).ImportAsked(path));
+    EXPECT_TRUE(session->prompter.texts().last().startsWith(QStringLiteral("已导入1个物料清单")));
     EXPECT_NE(state(), before);
 }
 
