@@ -165,7 +165,7 @@ qlonglong statementPerBom(entry::Session& session, batch::BatchEditor& editor,
             db.exec(update, values + db::Params{autoid});
         }
         runs.Bumped(run, {bom}, add ? QStringLiteral("A") : QStringLiteral("M"));
-        saver.SaveQuantityTotals({parent}, components);
+        saver.LinesChanged({parent}, components);
         std::vector<bomservice::BomHistory::Change> described;
         for (const batch::BatchChange* change : changes)
             described.push_back(

@@ -203,7 +203,7 @@ qlonglong pairByPair(entry::Session& session) {
     }
     bomservice::BomSaver saver(session);
     saver.LinkLinesTo(created);
-    saver.SaveQuantityTotals({kParent});
+    saver.LinesChanged({kParent});
     saver.MarkStructureChanged();
     runs.Finish(run);
     tx.commit();

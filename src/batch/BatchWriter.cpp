@@ -5,7 +5,6 @@
 #include "bomservice/BomRuns.h"
 #include "bomservice/BomSaver.h"
 #include "bomservice/LineDescriber.h"
-#include "bomservice/LowLevelCodes.h"
 #include "db/BoundList.h"
 #include "db/BoundRows.h"
 #include "db/Database.h"
@@ -97,9 +96,11 @@ qlonglong BatchWriter::write(const BatchPlan& plan, const QString& description,
     }
     flush();
     runs.Bumped(run, boms, BatchScope::changeKind(plan.operation));
-    bomservice::BomSaver(session_).SaveQuantityTotals(plan.changedParents(), components(plan));
-    if (plan.operation != Operation::Modify) // a modify leaves every component where it was
-        bomservice::LowLevelCodes(db).Update(plan.changedParents(), components(plan));
+    // A modify leaves every component where it was.
+    bomservice::BomSaver(session_).LinesChanged(
+        plan.changedParents(), components(plan),
+        plan.operation == Operation::Modify ? bomservice::BomSaver::LineChange::QuantitiesOnly
+                                            : bomservice::BomSaver::LineChange::Structure);
     recordHistory(plan, run);
     entry::BomVisibility(db).RefreshBoms(boms);
     if (plan.operation == Operation::Add)

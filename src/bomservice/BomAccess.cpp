@@ -52,9 +52,13 @@ QString BomAccess::BomNamed(const QString& idOrCode) const {
         return {};
     if (MayTouch(named))
         return named;
+    return BomOfIdentity(entry::BomIdentity{named, {}, {}});
+}
+
+QString BomAccess::BomOfIdentity(const entry::BomIdentity& identity) const {
     const db::SqlCondition sql =
         db::sqlText(QStringLiteral("select h.iautoid from ProductStructure h where ")) +
-        entry::BomIdentity{named, {}, {}}.matches(QStringLiteral("cpspcode"), QStringLiteral("h")) +
+        identity.matches(QStringLiteral("cpspcode"), QStringLiteral("h")) +
         VisibleOnly(QStringLiteral("h")) +
         db::sqlText(QStringLiteral(" order by h.iautoid LIMIT 1"));
     return session_.gConn->scalar(sql.sql, sql.params).toString();

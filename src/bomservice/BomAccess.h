@@ -9,7 +9,8 @@
 
 namespace bom::entry {
 class Session;
-}
+struct BomIdentity;
+} // namespace bom::entry
 
 namespace bom::bomservice {
 
@@ -29,6 +30,8 @@ public:
     // The BOM a planner names: a BOM id, or an item code for the item's default BOM (no sales
     // order, empty free items). Empty when there is none he may touch.
     QString BomNamed(const QString& idOrCode) const;
+    // The BOM of this identity (parent, sales order, free items) he may touch; empty when none.
+    QString BomOfIdentity(const entry::BomIdentity& identity) const;
     // Appended to a WHERE over ProductStructure `header`: his list shows that BOM. Empty when
     // his rights are unrestricted.
     db::SqlCondition VisibleOnly(const QString& header) const;

@@ -5,7 +5,6 @@
 #include "BomSaver.h"
 #include "Guards.h"
 #include "LineDescriber.h"
-#include "LowLevelCodes.h"
 #include "db/BoundList.h"
 #include "db/Database.h"
 #include "db/DbError.h"
@@ -411,8 +410,7 @@ void BomRuns::restore(qlonglong run) {
 
     // The totals are sums of the lines: worked out again for every pair the lines touched
     // before and after, which gives them back as they were when nothing else moved them.
-    BomSaver(session_).SaveQuantityTotals(parents, components);
-    LowLevelCodes(db).Update(parents, components);
+    BomSaver(session_).LinesChanged(parents, components);
 }
 
 } // namespace bom::bomservice

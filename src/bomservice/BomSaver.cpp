@@ -18,6 +18,7 @@
 #include "suite/Prompter.h"
 
 #include <QUuid>
+#include <utility>
 
 namespace bom::bomservice {
 namespace {
@@ -169,12 +170,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     }
     LinkLineChildren(headerId);
     LinkSalesOrder(headerId, card.header.text(0, QStringLiteral("csocode")));
-    if (deferring_) {
-        deferredParents_ << parents;
-    } else {
-        SaveQuantityTotals(parents);
-        LowLevelCodes(db).Update(parents);
-    }
+    LinesChanged(parents);
     if (!BomValidator(session_).CheckLineDuplicatesInDb(headerId))
         return false; // the rule has shown its message
     db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
@@ -261,14 +257,33 @@ void BomSaver::SaveParentDepartment(const QString& parentCode, const QString& de
                 {parentCode, department});
 }
 
-void BomSaver::finishDeferred() {
-    deferredParents_.removeDuplicates();
-    SaveQuantityTotals(deferredParents_);
-    LowLevelCodes(*session_.gConn).Update(deferredParents_);
-    deferredParents_.clear();
+void BomSaver::LinesChanged(const QStringList& parentCodes, const QStringList& componentCodes,
+                            LineChange change) {
+    if (deferring_) { // what many saves defer is the whole of their parents' lines
+        deferredParents_ << parentCodes;
+        return;
+    }
+    LowLevelCodes levels(*session_.gConn);
+    const bool structure = change == LineChange::Structure;
+    if (componentCodes.isEmpty()) {
+        saveQuantityTotals(parentCodes);
+        if (structure)
+            levels.Update(parentCodes);
+    } else {
+        saveQuantityTotals(parentCodes, componentCodes);
+        if (structure)
+            levels.Update(parentCodes, componentCodes);
+    }
 }
 
-void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {
+void BomSaver::finishDeferred() {
+    deferring_ = false;
+    deferredParents_.removeDuplicates();
+    LinesChanged(std::exchange(deferredParents_, {}));
+    deferring_ = true;
+}
+
+void BomSaver::saveQuantityTotals(const QStringList& parentCodes) {
     db::Database& db = *session_.gConn;
     QStringList parents = parentCodes;
     parents.removeDuplicates();
@@ -288,7 +303,7 @@ void BomSaver::SaveQuantityTotals(const QStringList& parentCodes) {
     db.exec(sums.sql, sums.params);
 }
 
-void BomSaver::SaveQuantityTotals(const QStringList& parentCodes,
+void BomSaver::saveQuantityTotals(const QStringList& parentCodes,
                                   const QStringList& componentCodes) {
     db::Database& db = *session_.gConn;
     if (parentCodes.isEmpty() || componentCodes.isEmpty())

@@ -26,8 +26,15 @@ public:
     // (messages shown already are not repeated).
     bool SaveBom(BomCard& card, const QString& cardNumber, int mode, QString& resultText,
                  QString& errorText);
-    // For a run that saves many cards in one transaction: the quantity totals and low-level
-    // codes are left to `finishDeferred`, once for every parent the saves touched.
+    // What a write to lines of these parents moves, worked out again from the stored lines: the
+    // quantity totals per (parent, component), so they always equal the sum over every BOM of
+    // the pair (only the pairs of `componentCodes` when given), and, unless only quantities
+    // changed, the low-level codes. A few statements however many parents there are.
+    enum class LineChange { Structure, QuantitiesOnly };
+    void LinesChanged(const QStringList& parentCodes, const QStringList& componentCodes = {},
+                      LineChange change = LineChange::Structure);
+    // For a run that saves many cards in one transaction: what LinesChanged works out is left
+    // to `finishDeferred`, once for every parent the saves touched.
     void deferDerived() { deferring_ = true; }
     void finishDeferred();
 
@@ -37,13 +44,6 @@ public:
     // rule) name it as their child BOM: what many BOMs made or put back at once need.
     void LinkLinesTo(const QStringList& headerIds);
     void SaveParentDepartment(const QString& parentCode, const QString& depCode);
-    // Totals per (parent, component) are recomputed from the stored lines of the parents the
-    // save touched, so they always equal the sum over every BOM of the pair. Two statements
-    // however many parents there are.
-    void SaveQuantityTotals(const QStringList& parentCodes);
-    // The same for the pairs of `parentCodes` and `componentCodes` only, in two statements
-    // however many parents there are: what a run over many BOMs with one component changes.
-    void SaveQuantityTotals(const QStringList& parentCodes, const QStringList& componentCodes);
     // Tells the rest of the suite that product structures changed (bStruChange).
     void MarkStructureChanged();
     void SetLineKeys(BomCard& card, const QString& headerId);
@@ -54,6 +54,8 @@ private:
     bool deferring_ = false;
     QStringList deferredParents_;
     bool writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText);
+    void saveQuantityTotals(const QStringList& parentCodes);
+    void saveQuantityTotals(const QStringList& parentCodes, const QStringList& componentCodes);
     void deleteLines(const BomCard& card, const QString& headerId);
     bool writeLines(BomCard& card, RowWriter& writer); // false: a modified line is gone
     void markSaved(BomCard& card);

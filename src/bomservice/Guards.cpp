@@ -5,7 +5,6 @@
 #include "BomHistory.h"
 #include "BomSaver.h"
 #include "BomValidator.h"
-#include "LowLevelCodes.h"
 #include "ServiceTexts.h"
 #include "db/BoundList.h"
 #include "db/DbError.h"
@@ -142,8 +141,7 @@ QStringList BomGuards::RemoveStoredBoms(const QStringList& headerIds, qlonglong 
     run(QStringLiteral("delete from sys_attachment where "),
         db::SqlCondition{QStringLiteral("lower(ccardnum)=? and "), {QLatin1String(kCardNumber)}} +
             db::BoundList::in(dialect, QStringLiteral("ivoucherid"), voucherIds));
-    BomSaver(session_).SaveQuantityTotals(parents);
-    LowLevelCodes(db).Update(parents);
+    BomSaver(session_).LinesChanged(parents);
     entry::BomVisibility(db).RefreshBoms(removed);
     std::vector<BomHistory::BomChange> changes;
     changes.reserve(std::size_t(removed.size()));

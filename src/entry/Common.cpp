@@ -22,21 +22,15 @@ const PrecisionSetting kPrecision[] = {
 
 } // namespace
 
-int Common::DecimalsOf(const Session& session, const QString& field) {
-    const QString name = field.trimmed().toLower();
-    static const QStringList quantities{"ipsquantity", "tdqtyd", "tdqtyn",
-                                        "iwasterate",  "qty",    "cum_qty"};
-    if (quantities.contains(name))
-        return session.gQuanDigits;
-    if (name == QLatin1String("unitqty"))
-        return session.gNumDigits;
-    if (name == QLatin1String("iprodchangrate"))
-        return session.gRateDigits;
-    if (name.startsWith(QLatin1String("fbz")) || name.startsWith(QLatin1String("fqmz")) ||
-        name == QLatin1String("material") || name == QLatin1String("total") ||
-        name.startsWith(QLatin1String("stored_")) || name.startsWith(QLatin1String("cost")))
-        return session.gPriceDigits;
-    return -1;
+QHash<QString, int> Common::CardDecimals(Session& session) {
+    const db::Rows rows = session.gConn->query(
+        QStringLiteral("select lower(fieldname) as name, max(NumPoint) as digits from voucheritems "
+                       "where lower(cardnum)=? and NumPoint is not null group by lower(fieldname)"),
+        {QStringLiteral("pp30")});
+    QHash<QString, int> out;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out.insert(rows.text(i, "name"), rows.value(i, "digits").toInt());
+    return out;
 }
 
 void Common::LoadPrecision(Session& session) {

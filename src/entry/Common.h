@@ -2,6 +2,7 @@
 
 #include "suite/ColumnSettings.h"
 
+#include <QHash>
 #include <QString>
 #include <vector>
 
@@ -23,9 +24,9 @@ public:
     // Fills the session's decimal digits from the account settings; a missing or empty
     // setting gives 2 (quantities first try the setting's default).
     static void LoadPrecision(Session& session);
-    // The account's decimal places for a numeric BOM field (quantities, the auxiliary quantity,
-    // rates, prices and costs), as the card templates are kept; -1 for any other field.
-    static int DecimalsOf(const Session& session, const QString& field);
+    // The decimal places of each numeric field of the BOM card, by lower-case name, as its
+    // templates keep them (the list keeps them at the account's precision).
+    static QHash<QString, int> CardDecimals(Session& session);
     static QString GetOrderBy(Session& session, const QString& colInfo);
     // Replaces what stands before the first " from" of `sql` with "Select " + the list.
     static void ReplaceSelectList(QString& sql, const QString& selectList);

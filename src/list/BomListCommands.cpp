@@ -3,7 +3,6 @@
 #include "bomservice/BomHistory.h"
 #include "bomservice/BomSaver.h"
 #include "bomservice/Guards.h"
-#include "bomservice/LowLevelCodes.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
 #include "entry/BomVisibility.h"
@@ -387,8 +386,7 @@ bool BomListCommands::deleteLine(const ListRow& line) {
         done =
             db.exec(QStringLiteral("delete from ProductStructures where autoid=?"), {autoid}) > 0;
         if (done) {
-            bomservice::BomSaver(session_).SaveQuantityTotals({parent});
-            bomservice::LowLevelCodes(db).Update({parent});
+            bomservice::BomSaver(session_).LinesChanged({parent});
             if (removal)
                 history.record(line.text(QStringLiteral("ipid")), session_.gUserId, {*removal});
             entry::BomVisibility(db).RefreshBoms({line.text(QStringLiteral("ipid"))});

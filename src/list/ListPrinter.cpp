@@ -1,6 +1,7 @@
 #include "ListPrinter.h"
 
 #include "BomList.h"
+#include "db/DbError.h"
 #include "entry/Common.h"
 #include "entry/Format.h"
 #include "entry/Session.h"
@@ -8,7 +9,6 @@
 #include "entry/TableExport.h"
 
 #include <QIODevice>
-#include <functional>
 
 namespace bom::list {
 namespace {
@@ -82,9 +82,17 @@ bool ListPrinter::write(QIODevice& out, const QString& fileName,
     const auto shown = visible(columns);
     entry::Sheet sheet;
     sheet.title = terms_.title;
-    for (const suite::ColumnSetting& c : shown)
-        sheet.columns.push_back({bareName(c.fieldName), caption(c),
-                                 entry::Common::DecimalsOf(session_, bareName(c.fieldName))});
+    QHash<QString, int> decimals;
+    try {
+        decimals = entry::Common::CardDecimals(session_);
+    } catch (const db::DbError& e) {
+        *error = e.message();
+        return false;
+    }
+    for (const suite::ColumnSetting& c : shown) {
+        const QString name = bareName(c.fieldName);
+        sheet.columns.push_back({name, caption(c), decimals.value(name.toLower(), -1)});
+    }
     sheet.rows.reserve(rows.size());
     for (const ListRow& row : rows) {
         QVariantList cells;

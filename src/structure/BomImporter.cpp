@@ -17,6 +17,7 @@
 #include "db/Transaction.h"
 #include "entry/BomIdentity.h"
 #include "entry/Session.h"
+#include "entry/VoucherHelpers.h"
 
 #include <QFileInfo>
 #include <QHash>
@@ -40,16 +41,6 @@ QStringList identityFields() {
     for (int n = 1; n <= 10; ++n)
         out << QStringLiteral("cfree%1").arg(n);
     return out;
-}
-
-// The same value as the card holds it: numbers compare as numbers ("2" and "2.0000").
-bool sameValue(const QString& held, const QString& given) {
-    const QString a = held.trimmed(), b = given.trimmed();
-    if (a == b)
-        return true;
-    bool x = false, y = false;
-    const double da = a.toDouble(&x), db = b.toDouble(&y);
-    return x && y && da == db;
 }
 
 QString joined(const std::vector<suite::PrompterRelay::Message>& messages) {
@@ -205,7 +196,8 @@ std::vector<BomImporter::Group> BomImporter::groups(const std::vector<QStringLis
         if (!group.rows.empty()) {
             const QStringList& first = rows[std::size_t(group.rows.front())];
             for (qsizetype c = 0; c < headerFields_.size(); ++c)
-                if (!headerFields_[c].isEmpty() && !sameValue(first.value(c), row.value(c)))
+                if (!headerFields_[c].isEmpty() &&
+                    !entry::VoucherHelpers::SameValue(first.value(c), row.value(c)))
                     result.refused.push_back(
                         {number, prefix + headerFields_[c],
                          QStringLiteral("同一物料清单各行的表头必须相同（与第%1行不同）")
@@ -229,7 +221,7 @@ bool BomImporter::prepare(Group& group, ImportResult& result) {
         entering.refuse(group.firstRow, QString(), QString());
         return false;
     }
-    const QString storedId = storedBom(group.identity);
+    const QString storedId = bomservice::BomAccess(session_).BomOfIdentity(group.identity);
     if (!storedId.isEmpty()) {
         if (!bomservice::BomGuards(session_).CheckModifiable(storedId) ||
             !(group.stored = loader.LoadBom(*voucher, storedId))) {
@@ -288,7 +280,8 @@ QStringList BomImporter::changedFields(const QStringList& fields, const QStringL
     QStringList out;
     for (qsizetype c = 0; c < fields.size(); ++c) {
         const QString& field = fields[c];
-        if (field.isEmpty() || field == kAutoid || sameValue(baseline.value(field), cells.value(c)))
+        if (field.isEmpty() || field == kAutoid ||
+            entry::VoucherHelpers::SameValue(baseline.value(field), cells.value(c)))
             continue;
         if (names.contains(field) && fields.contains(names.value(field)))
             continue;
@@ -392,17 +385,6 @@ ImportedBom BomImporter::imported(const Group& group) {
 }
 
 // The stored BOM of an identity the operator may see; empty when there is none.
-QString BomImporter::storedBom(const entry::BomIdentity& identity) {
-    const db::SqlCondition sql =
-        db::sqlText(QStringLiteral("select iautoid from ProductStructure where ")) +
-        identity.matches(QStringLiteral("cpspcode"));
-    const db::Rows rows = session_.gConn->query(sql.sql, sql.params);
-    const bomservice::BomAccess access(session_);
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        if (access.MayTouch(rows.text(i, "iautoid")))
-            return rows.text(i, "iautoid");
-    return {};
-}
 
 // Every BOM saved in one transaction, recorded as a run so that it can be undone.
 bool BomImporter::write(std::vector<Group>& groups, ImportResult& result) {

@@ -102,7 +102,6 @@ private:
                               const QHash<QString, QString>& baseline, bool header,
                               bool fresh) const;
     bool write(std::vector<Group>& groups, ImportResult& result);
-    QString storedBom(const entry::BomIdentity& identity);
     static ImportedBom imported(const Group& group);
 
     entry::Session& session_;

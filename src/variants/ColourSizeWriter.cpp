@@ -236,7 +236,7 @@ void ColourSizeWriter::recordCreated(qlonglong run, const QString& parent,
     runs.Touched(run, created, QStringLiteral("C"));
     bomservice::BomSaver saver(session_);
     saver.LinkLinesTo(created);
-    saver.SaveQuantityTotals({parent});
+    saver.LinesChanged({parent});
     std::vector<BomHistory::BomChange> changes;
     changes.reserve(std::size_t(created.size()));
     for (const QString& id : created)

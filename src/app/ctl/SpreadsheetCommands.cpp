@@ -58,10 +58,11 @@ int exportList(CtlContext& ctx, const QString& path) {
             captions.insert(column.fieldName.toLower(), column.caption);
     entry::Sheet sheet;
     sheet.title = QStringLiteral("物料清单");
-    for (const QString& column : query->columns)
-        sheet.columns.push_back({column, captions.value(column.toLower(), column),
-                                 entry::Common::DecimalsOf(session, column)});
     try {
+        const QHash<QString, int> decimals = entry::Common::CardDecimals(session);
+        for (const QString& column : query->columns)
+            sheet.columns.push_back({column, captions.value(column.toLower(), column),
+                                     decimals.value(column.toLower(), -1)});
         ctx.db().stream(
             query->sql.sql, query->sql.params, [](const QStringList&) {},
             [&](QVariantList&& row) { sheet.rows.push_back(std::move(row)); });
