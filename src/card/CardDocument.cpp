@@ -50,15 +50,20 @@ bool CardDocument::applyTemplate(const QString& cardNumber, int templateId) {
             session_.prompter.info(CardTexts::templateMissing(), CardTexts::title(), 48);
             return false;
         }
-        template_ = std::move(voucher);
-        layout_ = std::move(layout);
-        templateId_ = templateId;
+        useTemplate(std::move(*voucher), std::move(layout), templateId);
     } catch (const db::DbError& e) {
         session_.prompter.info(e.message(), CardTexts::title(), 16);
         return false;
     }
-    changed();
     return true;
+}
+
+void CardDocument::useTemplate(bomservice::VoucherTemplate voucher, CardLayout layout,
+                               int templateId) {
+    template_ = std::move(voucher);
+    layout_ = std::move(layout);
+    templateId_ = templateId;
+    changed();
 }
 
 void CardDocument::changed() {

@@ -27,6 +27,8 @@ public:
     // Lays the card out by a display template of the card number ("PP30"); false when the
     // template has no fields (its message shown).
     bool applyTemplate(const QString& cardNumber, int templateId);
+    // The same with a template and layout read already (many cards laid out alike).
+    void useTemplate(bomservice::VoucherTemplate voucher, CardLayout layout, int templateId);
     const CardLayout& layout() const { return layout_; }
     int templateId() const { return templateId_; }
 

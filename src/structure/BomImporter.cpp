@@ -71,6 +71,14 @@ struct BomImporter::Group {
 BomImporter::BomImporter(entry::Session& session) : session_(session) {}
 
 ImportResult BomImporter::Import(const QString& path, bool preview) {
+    return run(path, [preview](const ImportResult&) { return !preview; });
+}
+
+ImportResult BomImporter::Import(const std::vector<QStringList>& rows, bool preview) {
+    return run(rows, [preview](const ImportResult&) { return !preview; });
+}
+
+ImportResult BomImporter::run(const QString& path, const GoOn& goOn) {
     description_ = QFileInfo(path).fileName();
     QString error;
     const auto rows = entry::SpreadsheetFile::read(path, &error);
@@ -79,10 +87,10 @@ ImportResult BomImporter::Import(const QString& path, bool preview) {
         result.refused.push_back({0, QString(), error});
         return result;
     }
-    return Import(*rows, preview);
+    return run(*rows, goOn);
 }
 
-ImportResult BomImporter::Import(const std::vector<QStringList>& rows, bool preview) {
+ImportResult BomImporter::run(const std::vector<QStringList>& rows, const GoOn& goOn) {
     ImportResult result;
     if (rows.empty() || !readHeading(rows.front(), result))
         return result;
@@ -111,7 +119,7 @@ ImportResult BomImporter::Import(const std::vector<QStringList>& rows, bool prev
             return result;
         for (const Group& group : found)
             result.boms.push_back(imported(group));
-        if (preview)
+        if (!goOn(result))
             return result;
         result.written = write(found, result);
     } catch (const db::DbError& e) {
@@ -123,13 +131,16 @@ ImportResult BomImporter::Import(const std::vector<QStringList>& rows, bool prev
 
 // The heading names fields of the card: "header.<field>" for the header, bare for a line.
 bool BomImporter::readHeading(const QStringList& heading, ImportResult& result) {
+    // Every BOM of the file is laid out by the same template: read once.
     bomservice::BomCardLoader loader(session_);
-    const auto voucher = loader.LoadTemplate(kCardNumber);
-    if (!voucher) {
+    voucher_ = loader.LoadTemplate(kCardNumber);
+    if (voucher_)
+        layout_ = card::TemplateLayout(session_).display(voucher_->DEF_ID, voucher_->HaveBodyGrid);
+    if (!voucher_ || (layout_.header.empty() && layout_.body.empty())) {
         result.refused.push_back({1, QString(), QStringLiteral("单据模板不存在。")});
         return false;
     }
-    const BomCard shape = loader.NewCard(*voucher);
+    const BomCard shape = loader.NewCard(*voucher_);
     const QStringList headerColumns = columnsOf(shape.header);
     const QStringList lineColumns = columnsOf(shape.lines);
     const QString prefix = QLatin1String(kHeaderPrefix);
@@ -215,16 +226,12 @@ bool BomImporter::prepare(Group& group, ImportResult& result) {
     Collecting collecting(session_.relay);
     Entering entering{group, result, collecting, nullptr, nullptr};
     bomservice::BomCardLoader loader(session_);
-    const auto voucher = loader.LoadTemplate(kCardNumber);
     card::CardDocument document(session_);
-    if (!voucher || !document.applyTemplate(kCardNumber, voucher->DEF_ID)) {
-        entering.refuse(group.firstRow, QString(), QString());
-        return false;
-    }
+    document.useTemplate(*voucher_, layout_, voucher_->DEF_ID);
     const QString storedId = bomservice::BomAccess(session_).BomOfIdentity(group.identity);
     if (!storedId.isEmpty()) {
         if (!bomservice::BomGuards(session_).CheckModifiable(storedId) ||
-            !(group.stored = loader.LoadBom(*voucher, storedId))) {
+            !(group.stored = loader.LoadBom(*voucher_, storedId))) {
             entering.refuse(group.firstRow, QString(), QString());
             return false;
         }
@@ -510,28 +517,27 @@ bool BomImporter::ImportAsked(const QString& path) {
             lines << QStringLiteral("……另有%1行").arg(refused.size() - shown);
         session_.prompter.info(lines.join(QLatin1Char('\n')), title, 48);
     };
-    const ImportResult checked = Import(path, true);
-    if (!checked.refused.empty()) {
-        report(checked.refused);
-        return false;
-    }
-    if (checked.boms.empty()) {
-        session_.prompter.info(nothingToImport(checked), title, 48);
-        return false;
-    }
-    const auto created = std::count_if(checked.boms.begin(), checked.boms.end(),
-                                       [](const ImportedBom& b) { return b.created; });
-    const QString question = QStringLiteral("将导入%1个物料清单（新增%2个，修改%3个），是否继续？")
-                                 .arg(checked.boms.size())
-                                 .arg(created)
-                                 .arg(qsizetype(checked.boms.size()) - created);
-    if (session_.prompter.ask(question, title, 4 + 32) != suite::Prompter::Answer::Yes)
-        return false;
-    const ImportResult done = Import(path, false);
-    if (!done.written) {
+    // One pass: what the checks found decides whether to ask, the answer whether to write.
+    const ImportResult done = run(path, [&](const ImportResult& checked) {
+        const auto created = std::count_if(checked.boms.begin(), checked.boms.end(),
+                                           [](const ImportedBom& b) { return b.created; });
+        return session_.prompter.ask(
+                   QStringLiteral("将导入%1个物料清单（新增%2个，修改%3个），是否继续？")
+                       .arg(checked.boms.size())
+                       .arg(created)
+                       .arg(qsizetype(checked.boms.size()) - created),
+                   title, 4 + 32) == suite::Prompter::Answer::Yes;
+    });
+    if (!done.refused.empty()) {
         report(done.refused);
         return false;
     }
+    if (done.boms.empty()) {
+        session_.prompter.info(nothingToImport(done), title, 48);
+        return false;
+    }
+    if (!done.written)
+        return false; // the planner said no
     session_.prompter.info(QStringLiteral("已导入%1个物料清单（第%2号批量操作，可撤销）。")
                                .arg(done.boms.size())
                                .arg(done.run),

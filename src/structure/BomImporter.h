@@ -1,6 +1,8 @@
 #pragma once
 
+#include "bomservice/BomCardLoader.h"
 #include "bomservice/RowSet.h"
+#include "card/TemplateLayout.h"
 #include "entry/SpreadsheetFile.h"
 #include "suite/Prompter.h"
 
@@ -8,6 +10,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <vector>
 
 namespace bom::entry {
@@ -16,7 +19,6 @@ struct BomIdentity;
 } // namespace bom::entry
 
 namespace bom::card {
-struct CardLayout;
 class CardDocument;
 class CardEntryCheck;
 } // namespace bom::card
@@ -93,6 +95,10 @@ private:
         card::CardEntryCheck* check;
         void refuse(int row, const QString& field, const QString& text);
     };
+    // Checks everything, then writes when `goOn` says so for what the checks found.
+    using GoOn = std::function<bool(const ImportResult& checked)>;
+    ImportResult run(const QString& path, const GoOn& goOn);
+    ImportResult run(const std::vector<QStringList>& rows, const GoOn& goOn);
     bool readHeading(const QStringList& heading, ImportResult& result);
     std::vector<Group> groups(const std::vector<QStringList>& rows, ImportResult& result);
     bool prepare(Group& group, ImportResult& result);
@@ -109,6 +115,8 @@ private:
     QString description_;
     QStringList headerFields_; // by column of the file; empty where a line field stands
     QStringList lineFields_;
+    std::optional<bomservice::VoucherTemplate> voucher_; // the card's template and its layout
+    card::CardLayout layout_;
 };
 
 } // namespace bom::structure
