@@ -110,8 +110,8 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
             return false;
         }
         tx.commit();
-    } catch (const db::DbError&) {
-        return refuse(kSaveFailed, ServiceTexts::writeFailed());
+    } catch (const db::DbError& e) {
+        return refuse(kSaveFailed, ServiceTexts::writeFailed(e.message()));
     }
     markSaved(saved);
     card = saved;

@@ -38,8 +38,6 @@ public:
     // when given, gets the lines of every one of them.
     QStringList reachable(const QString& headerId, db::Rows* lines = nullptr) const;
 
-    const BomLinks& links() const { return links_; }
-
 private:
     // The nodes in display order: each BOM's lines (positions in the lines read) with the BOM
     // each line leads to (`below`, -1 for none), walked down from BOM 0.

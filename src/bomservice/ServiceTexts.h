@@ -16,6 +16,10 @@ struct ServiceTexts {
     static QString writeFailed() {
         return QStringLiteral("保存失败，\r\n请重试，\r\n或检查数据格式！");
     }
+    // The same with what the database said, so the cause is not lost.
+    static QString writeFailed(const QString& reason) {
+        return reason.isEmpty() ? writeFailed() : writeFailed() + QStringLiteral("\r\n") + reason;
+    }
     // A card whose header or body did not come with it.
     static QString headerMissing() { return QStringLiteral("前台传来的表头数据有误，不能保存!"); }
     static QString bodyMissing() { return QStringLiteral("前台传来的表体数据有误，不能保存!"); }

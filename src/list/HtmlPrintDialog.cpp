@@ -13,7 +13,6 @@
 #include <QTextDocument>
 
 namespace bom::list {
-namespace {} // namespace
 
 void HtmlPrintDialog::preview(QWidget* parent, QPrinter& printer, const Html& html) {
     const QString text = html();

@@ -31,7 +31,6 @@
 #include <QSettings>
 #include <QSplitter>
 #include <QStandardPaths>
-#include <QStandardPaths>
 #include <QStatusBar>
 #include <QStyleOptionHeader>
 #include <QTableView>

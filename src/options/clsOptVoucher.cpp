@@ -210,8 +210,8 @@ bool clsOptVoucher::SaveVoucher(BomCard& card) {
         if (!writeCard(saved, line))
             return refuse(ServiceTexts::saveFailed(), ServiceTexts::changedMeanwhile());
         tx.commit();
-    } catch (const db::DbError&) {
-        return refuse(ServiceTexts::saveFailed(), ServiceTexts::writeFailed());
+    } catch (const db::DbError& e) {
+        return refuse(ServiceTexts::saveFailed(), ServiceTexts::writeFailed(e.message()));
     }
     saved.lines.acceptEdits();
     card = saved;

@@ -23,7 +23,6 @@
 #include <QHash>
 #include <QSet>
 #include <algorithm>
-#include <memory>
 
 namespace bom::structure {
 namespace {

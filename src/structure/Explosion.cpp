@@ -117,12 +117,12 @@ std::vector<ExplosionLine> Explosion::linesOf(const db::Rows& rows) {
         const QVariant denominator = line.value(c["tdqtyd"]);
         // Untyped when missing: a driver may type its null as a number that reads as 0.
         const QVariant price = line.value(c["fbzdj"]);
-        out.push_back({line.value(c["autoid"]).toLongLong(), line.value(c["ipid"]).toString(),
-                       line.value(c["childid"]).toString(), line.value(c["cpscode"]).toString(),
-                       variantOf(line, c), line.value(c["cinvname"]).toString(),
-                       line.value(c["cinvstd"]).toString(), line.value(c["cunit"]).toString(),
-                       line.value(c["cwhcode"]).toString(), line.value(c["cwhname"]).toString(),
-                       line.value(c["wiptext"]).toString(), line.value(c["ipsquantity"]).toDouble(),
+        out.push_back({line.value(c["autoid"]).toLongLong(), line.value(c["childid"]).toString(),
+                       line.value(c["cpscode"]).toString(), variantOf(line, c),
+                       line.value(c["cinvname"]).toString(), line.value(c["cinvstd"]).toString(),
+                       line.value(c["cunit"]).toString(), line.value(c["cwhcode"]).toString(),
+                       line.value(c["cwhname"]).toString(), line.value(c["wiptext"]).toString(),
+                       line.value(c["ipsquantity"]).toDouble(),
                        denominator.isNull() ? 1 : denominator.toDouble(),
                        line.value(c["iwasterate"]).toDouble(), price.isNull() ? QVariant() : price,
                        StructureRules::quantityPer(line.value(c["ipsquantity"]), denominator,

@@ -17,7 +17,6 @@ namespace bom::structure {
 // One stored line of an exploded structure, however many places it is shown in.
 struct ExplosionLine {
     qlonglong autoid = 0;
-    QString bomId;   // the BOM the line belongs to
     QString iautoid; // the BOM its component is made by; empty for a leaf
     QString cinvcode;
     QString variant; // the line's sales order and free items, "," between; empty for none
