@@ -3,7 +3,7 @@
 #include "bomservice/BomCardLoader.h"
 #include "clsVoucher.h"
 #include "entry/Session.h"
-#include "entry/TableExport.h"
+#include "entry/SpreadsheetFile.h"
 
 #include <QIODevice>
 #include <QStringList>
@@ -100,21 +100,21 @@ bool CardPrinter::writeCsv(QIODevice& out, const bomservice::BomCard& card,
                            const CardLayout& layout, QString* error) {
     QString text;
     for (const CardField& field : layout.header)
-        text += entry::TableExport::csvLine(
+        text += entry::SpreadsheetFile::csvLine(
             {field.caption, field.text(card.header.value(0, field.name))});
     if (layout.hasBodyGrid && !layout.body.empty()) {
         QStringList captions;
         for (const CardField& field : layout.body)
             captions << field.caption;
-        text += QStringLiteral("\r\n") + entry::TableExport::csvLine(captions);
+        text += QStringLiteral("\r\n") + entry::SpreadsheetFile::csvLine(captions);
         for (int row : card.lines.notDeletedRows()) {
             QStringList values;
             for (const CardField& field : layout.body)
                 values << field.text(card.lines.value(row, field.name));
-            text += entry::TableExport::csvLine(values);
+            text += entry::SpreadsheetFile::csvLine(values);
         }
     }
-    return entry::TableExport::writeCsvText(out, text, error);
+    return entry::SpreadsheetFile::writeCsvText(out, text, error);
 }
 
 } // namespace bom::card

@@ -1,7 +1,5 @@
 #include "SpreadsheetFile.h"
 
-#include "TableExport.h"
-
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
@@ -372,11 +370,39 @@ std::optional<SpreadsheetFile::Format> SpreadsheetFile::formatOf(const QString& 
     return std::nullopt;
 }
 
+QString SpreadsheetFile::csvField(const QString& text) {
+    static const QString mustQuote = QStringLiteral(",\"\r\n");
+    const bool quote =
+        std::any_of(text.begin(), text.end(), [](QChar ch) { return mustQuote.contains(ch); });
+    if (!quote)
+        return text;
+    QString inner = text;
+    inner.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    return QLatin1Char('"') + inner + QLatin1Char('"');
+}
+
+QString SpreadsheetFile::csvLine(const QStringList& fields) {
+    QStringList quoted;
+    quoted.reserve(fields.size());
+    for (const QString& field : fields)
+        quoted << csvField(field);
+    return quoted.join(QLatin1Char(',')) + QStringLiteral("\r\n");
+}
+
+bool SpreadsheetFile::writeCsvText(QIODevice& out, const QString& text, QString* error) {
+    const QByteArray data = QByteArray("\xEF\xBB\xBF") + text.toUtf8();
+    if (out.write(data) == data.size())
+        return true;
+    if (error)
+        *error = out.errorString();
+    return false;
+}
+
 bool SpreadsheetFile::writeCsv(QIODevice& out, const Sheet& sheet, QString* error) {
     QStringList captions;
     for (const SheetColumn& column : sheet.columns)
         captions << column.caption;
-    QString text = TableExport::csvLine(captions);
+    QString text = csvLine(captions);
     for (const QVariantList& row : sheet.rows) {
         QStringList cells;
         for (std::size_t c = 0; c < sheet.columns.size(); ++c) {
@@ -388,9 +414,9 @@ bool SpreadsheetFile::writeCsv(QIODevice& out, const Sheet& sheet, QString* erro
                           ? QString::number(number, 'f', decimals)
                           : textOf(value));
         }
-        text += TableExport::csvLine(cells);
+        text += csvLine(cells);
     }
-    return TableExport::writeCsvText(out, text, error);
+    return writeCsvText(out, text, error);
 }
 
 bool SpreadsheetFile::write(QIODevice& out, const QString& fileName, const Sheet& sheet,

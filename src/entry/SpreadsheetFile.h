@@ -43,6 +43,11 @@ public:
     static bool write(const QString& path, const Sheet& sheet, QString* error);
     static bool write(QIODevice& out, const QString& fileName, const Sheet& sheet, QString* error);
     static bool writeCsv(QIODevice& out, const Sheet& sheet, QString* error);
+    // The pieces the module's other CSV files are made of.
+    static QString csvField(const QString& text); // quoted when it holds , " or a line break
+    static QString csvLine(const QStringList& fields);
+    // `text` (CSV lines) with the byte-order mark; false with `error` set when writing failed.
+    static bool writeCsvText(QIODevice& out, const QString& text, QString* error);
 
     // The first sheet's rows as text, the heading first; empty trailing cells dropped. Numbers
     // come as the shortest text that reads back the same.

@@ -4,37 +4,8 @@
 #include "SpreadsheetFile.h"
 
 #include <QIODevice>
-#include <algorithm>
 
 namespace bom::entry {
-
-QString TableExport::csvField(const QString& text) {
-    static const QString mustQuote = QStringLiteral(",\"\r\n");
-    const bool quote =
-        std::any_of(text.begin(), text.end(), [](QChar ch) { return mustQuote.contains(ch); });
-    if (!quote)
-        return text;
-    QString inner = text;
-    inner.replace(QLatin1Char('"'), QLatin1String("\"\""));
-    return QLatin1Char('"') + inner + QLatin1Char('"');
-}
-
-QString TableExport::csvLine(const QStringList& fields) {
-    QStringList quoted;
-    quoted.reserve(fields.size());
-    for (const QString& field : fields)
-        quoted << csvField(field);
-    return quoted.join(QLatin1Char(',')) + QStringLiteral("\r\n");
-}
-
-bool TableExport::writeCsvText(QIODevice& out, const QString& text, QString* error) {
-    const QByteArray data = QByteArray("\xEF\xBB\xBF") + text.toUtf8();
-    if (out.write(data) == data.size())
-        return true;
-    if (error)
-        *error = out.errorString();
-    return false;
-}
 
 Sheet TableExport::sheet(const ExportTable& table, const Session& session) {
     auto decimalsOf = [&](std::size_t column) {

@@ -35,12 +35,6 @@ public:
     static QString html(const ExportTable& table);
     // `body` as a page in the module's printed style: ruled tables, grey headings.
     static QString htmlDocument(const QString& body);
-
-    // The pieces the module's other CSV files are made of.
-    static QString csvField(const QString& text); // quoted when it holds , " or a line break
-    static QString csvLine(const QStringList& fields);
-    // `text` (CSV lines) with the byte-order mark; false with `error` set when writing failed.
-    static bool writeCsvText(QIODevice& out, const QString& text, QString* error);
 };
 
 } // namespace bom::entry

@@ -1,6 +1,7 @@
 #include "RowPrinter.h"
 
 #include "CtlContext.h"
+#include "entry/SpreadsheetFile.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -8,15 +9,6 @@
 
 namespace bom::app {
 namespace {
-
-QString csvField(const QVariant& value) {
-    QString text = value.toString();
-    if (text.contains(',') || text.contains('"') || text.contains('\n')) {
-        text.replace('"', QLatin1String("\"\""));
-        return '"' + text + '"';
-    }
-    return text;
-}
 
 QJsonObject toObject(const QStringList& columns, const QVariantList& values) {
     QJsonObject object;
@@ -94,7 +86,7 @@ void RowPrinter::row(const QVariantList& values) {
         break;
     case Format::Csv:
         for (const QVariant& v : values)
-            fields << csvField(v);
+            fields << entry::SpreadsheetFile::csvField(v.toString());
         write(fields.join(',') + '\n');
         break;
     case Format::Json:
