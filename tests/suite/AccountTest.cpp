@@ -1,4 +1,5 @@
 #include "suite/Account.h"
+#include "bomservice/LowLevelCodes.h"
 #include "db/DbError.h"
 #include "suite/RowAuth.h"
 #include "support/TestAccount.h"
@@ -144,6 +145,14 @@ TEST_P(AccountTest, SharedAccountsHaveTheirDepthFamiliesAndSharing) {
         EXPECT_LE(ancestors.size(), 5 * 8);
         EXPECT_GT(paths, 4 * ancestors.size()) << bottom.toStdString();
     }
+
+    // The low-level codes the generator writes are those the account works out itself.
+    const QString levels =
+        QStringLiteral("SELECT cinvcode, ilevel, cvia FROM bom_llc ORDER BY cinvcode");
+    const QStringList generated = db->query(levels).asText();
+    EXPECT_GT(generated.size(), 6 * 40);
+    bomservice::LowLevelCodes(*db).Rebuild();
+    EXPECT_EQ(db->query(levels).asText(), generated);
 }
 
 TEST_P(AccountTest, RowRightsOfTheRestrictedOperator) {
