@@ -685,9 +685,10 @@ void CardEntryCheck::recomputeMaterialCost(Edit& edit) {
     }
     if (denominator == 0)
         return;
-    const double cost = *price * edit.number(QStringLiteral("ipsquantity")).value_or(0) /
-                        denominator *
-                        (1 + edit.number(QStringLiteral("iwasterate")).value_or(0) / 100);
+    const double cost =
+        *price * entry::VoucherHelpers::QuantityPer(
+                     edit.number(QStringLiteral("ipsquantity")).value_or(0), denominator,
+                     edit.number(QStringLiteral("iwasterate")).value_or(0));
     edit.set(QStringLiteral("fbzwlcb"), entry::FormatByDigits(cost, session_.gPriceDigits));
 }
 

@@ -23,6 +23,11 @@ std::optional<double> ToNumber(const QVariant& value);
 // Two cell values as an operator reads them: equal numbers when both are numbers ("2" and 2.0),
 // else the same text but for blanks around it.
 bool SameValue(const QVariant& a, const QVariant& b);
+// How much of a component one unit of its parent takes: numerator ÷ denominator × (1 + waste
+// rate %). The denominator is not 0: the card refuses one, stored data reads it as 1.
+inline double QuantityPer(double numerator, double denominator, double wasteRate) {
+    return numerator / denominator * (1 + wasteRate / 100);
+}
 // The entry rule of a numeric component-line cell (numerator, denominator, waste rate, pieces,
 // conversion rate, standard price): the refusal, or empty when the value passes or the field
 // has no such rule.

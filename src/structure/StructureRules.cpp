@@ -17,7 +17,8 @@ double numberOr(const QVariant& value, double fallback) {
 double StructureRules::quantityPer(const QVariant& numerator, const QVariant& denominator,
                                    const QVariant& wasteRate) {
     const double below = numberOr(denominator, 1);
-    return numberOr(numerator, 0) / (below == 0 ? 1 : below) * (1 + numberOr(wasteRate, 0) / 100);
+    return entry::VoucherHelpers::QuantityPer(numberOr(numerator, 0), below == 0 ? 1 : below,
+                                              numberOr(wasteRate, 0));
 }
 
 double StructureRules::leafPrice(const QVariant& linePrice, const QVariant& referenceCost) {
