@@ -3,6 +3,7 @@
 #include "db/DbError.h"
 #include "db/Keyset.h"
 #include "db/ValueTypes.h"
+#include "entry/Format.h"
 
 #include <QScopedValueRollback>
 #include <algorithm>
@@ -386,13 +387,8 @@ QVariant PagedQueryModel::data(const QModelIndex& index, int role) const {
     if (i < 0)
         return {};
     const QVariant& value = row->values.at(i);
-    if (role == Qt::DisplayRole) {
-        if (value.isNull())
-            return QString();
-        if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float)
-            return QString::number(value.toDouble(), 'g', 15);
-        return value.toString();
-    }
+    if (role == Qt::DisplayRole)
+        return entry::StoredText(value);
     if (role == Qt::TextAlignmentRole && db::isNumericType(value.typeId()))
         return QVariant(Qt::AlignRight | Qt::AlignVCenter);
     return {};
