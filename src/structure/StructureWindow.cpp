@@ -44,6 +44,7 @@ StructureWindow::StructureWindow(entry::Session& session, QString headerId, QWid
     costs_ = new StructureTableView(tabs_);
     tabs_->addTab(costs_, StructureTexts::costTitle());
     layout->addWidget(tabs_, 1);
+    connect(tabs_, &QTabWidget::currentChanged, this, [this] { fill(tabs_->currentWidget()); });
 }
 
 StructureWindow::~StructureWindow() = default;
@@ -101,7 +102,7 @@ bool StructureWindow::load() {
         setWindowTitle(StructureTexts::title() + QStringLiteral(" - ") + result->topCode +
                        QLatin1Char(' ') + result->topName);
         summary_->setTable(Explosion::summaryTable(*result));
-        const QString item = result->topCode;
+        item_ = result->topCode;
         QStringList loops;
         for (const QStringList& loop : result->loops)
             loops << loop.join(QStringLiteral(" → "));
@@ -109,15 +110,30 @@ bool StructureWindow::load() {
         explosion_->expandToDepth(0);
         for (int column = 0; column < model_->columnCount(); ++column)
             explosion_->resizeColumnToContents(column);
-        whereUsed_->setTable(WhereUsed::table(item, WhereUsed(session_).Find(item, 0)));
-        costRows_ = CostRollup(session_).Compute(headerId_);
-        costs_->setTable(CostRollup::table(costRows_));
+        read_ = {explosion_, summary_};
+        fill(tabs_->currentWidget());
         if (!loops.isEmpty())
             session_.prompter.info(StructureTexts::loops(loops), StructureTexts::title(), 48);
         return true;
     } catch (const db::DbError& e) {
         session_.prompter.info(StructureTexts::failed(e.message()), StructureTexts::title(), 16);
         return false;
+    }
+}
+
+void StructureWindow::fill(QWidget* tab) {
+    if (read_.contains(tab) || (tab != whereUsed_ && tab != costs_))
+        return;
+    try {
+        if (tab == whereUsed_) {
+            whereUsed_->setTable(WhereUsed::table(item_, WhereUsed(session_).Find(item_, 0)));
+        } else {
+            costRows_ = CostRollup(session_).Compute(headerId_);
+            costs_->setTable(CostRollup::table(costRows_));
+        }
+        read_.insert(tab);
+    } catch (const db::DbError& e) {
+        session_.prompter.info(StructureTexts::failed(e.message()), StructureTexts::title(), 16);
     }
 }
 
@@ -143,6 +159,7 @@ void StructureWindow::compare() {
 
 bool StructureWindow::writeCosts() {
     tabs_->setCurrentWidget(costs_);
+    fill(costs_);
     int differing = 0;
     for (const CostRow& row : costRows_)
         differing += row.differs && !row.approved ? 1 : 0;

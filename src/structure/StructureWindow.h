@@ -4,6 +4,7 @@
 #include "entry/TableExport.h"
 
 #include <QDialog>
+#include <QSet>
 #include <memory>
 
 class QPrinter;
@@ -32,8 +33,9 @@ public:
     // Opens the window over `parent` for the BOM, unless it cannot be shown (said why).
     static void open(entry::Session& session, const QString& headerId, QWidget* parent);
 
-    // Reads every tab again, down to the levels set; false when the BOM is gone or hidden
-    // (said). A loop in stored data is reported with its path.
+    // Reads the explosion again, down to the levels set; false when the BOM is gone or hidden
+    // (said). A loop in stored data is reported with its path. Where-used and costs are read
+    // when their tab is first shown after it.
     bool load();
     // The tab shown as a table: what 打印, 预览 and 导出 put out.
     entry::ExportTable shownTable() const;
@@ -52,6 +54,8 @@ public:
 
 private:
     void buildToolbar();
+    // Reads the where-used or cost tab if it has not been since the last load.
+    void fill(QWidget* tab);
     void compare();
     void print(bool preview);
 
@@ -65,6 +69,8 @@ private:
     StructureTableView* costs_ = nullptr;
     QSpinBox* levels_ = nullptr;
     std::vector<CostRow> costRows_;
+    QString item_;        // the top's item, for where-used
+    QSet<QWidget*> read_; // the tabs read since the last load
     std::unique_ptr<QPrinter> printer_;
 };
 

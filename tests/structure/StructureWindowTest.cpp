@@ -63,6 +63,10 @@ TEST_P(StructureWindowTest, ListAndCardOpenTheStructureWhichExportsWritesCostsAn
                         wheel << model->index(below, 1, at.siblingAtColumn(0)).data().toString();
             }
             EXPECT_TRUE(shown->exportTo(xlsx));
+            // The cost tab is worked out when it is first shown, not with the tree.
+            EXPECT_EQ(shown->costTable()->rowCount(), 0);
+            shown->tabs()->setCurrentWidget(shown->costTable());
+            EXPECT_GT(shown->costTable()->rowCount(), 0);
 
             prompter.queueAnswer(Answer::Yes);
             EXPECT_TRUE(shown->writeCosts());
