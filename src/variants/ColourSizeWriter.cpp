@@ -85,9 +85,10 @@ QString ColourSizeWriter::describe(const QString& parent, const std::vector<Vari
 
 std::vector<VariantPair> ColourSizeWriter::freshPairs(const QString& parent,
                                                       const std::vector<VariantPair>& pairs) {
+    // Read again inside the run's transaction: another planner may have made a pair since.
     const db::Rows existing = session_.gConn->query(
         QStringLiteral("select distinct COALESCE(%1,''), COALESCE(%2,'') from ProductStructure "
-                       "where COALESCE(cpspcode,'')=?")
+                       "where cpspcode=?")
             .arg(columns_.colour, columns_.size),
         {parent});
     QSet<QString> taken;
