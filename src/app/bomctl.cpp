@@ -45,8 +45,10 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("  approve, unapprove, stop, enable: changed (how many BOMs changed)");
     std::puts("  copy: iautoid (the copy asked for), created (every copy, top first)");
     std::puts("  history: rows (time, user, kind, field, old, new, line, run; newest first)");
-    std::puts("  batch: run, changed, skipped (iautoid, reason); --dry-run: preview too (iautoid,");
-    std::puts("    cpspcode, before, after, cost_before, cost_after)    batch runs: runs");
+    std::puts(
+        "  batch: run, changed, versions (iautoid, before, after), skipped (iautoid, reason);");
+    std::puts("    --dry-run: preview too (iautoid, cpspcode, before, after, cost_before,");
+    std::puts("    cost_after)    batch runs: runs    batch undo: run, refused, versions");
     std::puts("  variants: iautoid, cpspcode, colours (code, alias, sizes that have BOMs), sizes");
     std::puts("    (code, alias); --generate/--delete: run, created, deleted, kept");
     std::puts("  tree: nodes (level, iautoid, cpspcode, csocode; in display order)");

@@ -8,6 +8,7 @@
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
@@ -286,20 +287,26 @@ std::optional<BatchEditor::Result> BatchEditor::Save(const Progress& progress) {
     BatchPlan plan;
     db::Database& db = *session_.gConn;
     try {
-        db::Transaction tx(db);
-        const QString setup = db.dialect().longTransactionSetup();
-        if (!setup.isEmpty())
-            db.exec(setup);
-        // Worked out again under the lock of the selected BOMs: what is written is what they
-        // hold now.
-        plan = BatchPlanner(session_, scope_, *fields_).plan(true, false);
-        if (scope_.operation == Operation::Modify && plan.written.isEmpty()) {
+        const bool planned = db::TransactionRetry::run(db, [&] {
+            db::Transaction tx(db);
+            const QString setup = db.dialect().longTransactionSetup();
+            if (!setup.isEmpty())
+                db.exec(setup);
+            // Worked out again under the lock of the selected BOMs: what is written is what
+            // they hold now.
+            plan = BatchPlanner(session_, scope_, *fields_).plan(true, false);
+            if (scope_.operation == Operation::Modify && plan.written.isEmpty())
+                return false;
+            if (!plan.empty()) {
+                result.run = BatchWriter(session_, *fields_).write(plan, description(), progress);
+                result.versions = bomservice::BomRuns(session_).Versions(result.run);
+                tx.commit();
+            }
+            return true;
+        });
+        if (!planned) {
             show(BatchTexts::nothingToModify(), 48);
             return std::nullopt;
-        }
-        if (!plan.empty()) {
-            result.run = BatchWriter(session_, *fields_).write(plan, description(), progress);
-            tx.commit();
         }
     } catch (const BatchWriter::Cancelled&) {
         result.cancelled = true;

@@ -5,6 +5,7 @@
 #include "BatchScope.h"
 #include "BatchWriter.h"
 
+#include "bomservice/BomRuns.h"
 #include "entry/ReferenceLookup.h"
 
 #include <QString>
@@ -31,6 +32,8 @@ public:
     struct Result {
         qlonglong run = 0; // 0: nothing was written
         QStringList changed;
+        // Each changed BOM's row version before the run and the one the run left.
+        std::vector<bomservice::BomRuns::BomVersion> versions;
         std::vector<BatchSkip> skipped;
         bool cancelled = false;
     };

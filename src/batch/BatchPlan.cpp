@@ -2,6 +2,7 @@
 
 #include "BatchFields.h"
 #include "bomservice/BomAccess.h"
+#include "bomservice/Guards.h"
 #include "bomservice/UnitQty.h"
 #include "db/BoundList.h"
 #include "db/Database.h"
@@ -142,11 +143,12 @@ QStringList BatchPlanner::candidates(std::vector<BatchSkip>& skipped, bool lockB
                                      QHash<QString, QString>* parents,
                                      QHash<QString, qlonglong>* ids) {
     db::Database& db = *session_.gConn;
+    if (lockBoms)
+        bomservice::BomGuards(session_).LockBoms(scope_.boms);
     const db::SqlCondition sql =
         db::sqlText(QStringLiteral("select iautoid, ID, cpspcode, COALESCE(ccheck,'') as ccheck "
                                    "from ProductStructure where ")) +
-        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), scope_.boms) +
-        db::sqlText(lockBoms ? db.dialect().forShare() : QString());
+        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), scope_.boms);
     const db::Rows headers = db.query(sql.sql, sql.params);
     QHash<QString, std::size_t> found;
     for (std::size_t i = 0; i < headers.size(); ++i)

@@ -113,7 +113,8 @@ void BatchWriter::insertLines(const BatchPlan& plan, const std::vector<const Bat
     db::Database& db = *session_.gConn;
     const QHash<QString, QString> types = db.columnTypes(QStringLiteral("ProductStructures"));
     // Every added line carries the same values but for its BOM's keys, taken from its header
-    // (psid too, as the line-parent trigger would fill it).
+    // (psid too, as the line-parent trigger would fill it). The new keys follow the BOMs' order,
+    // whatever plan the database picks: the same run on the same account makes the same lines.
     const QVariantList& line = block.front()->after;
     QStringList marks;
     db::Params values;
@@ -129,7 +130,7 @@ void BatchWriter::insertLines(const BatchPlan& plan, const std::vector<const Bat
                 .arg(plan.written.join(QLatin1Char(',')), marks.join(QLatin1Char(','))),
             values} +
         db::BoundList::in(db.dialect(), QStringLiteral("h.iautoid"), boms) +
-        db::sqlText(QStringLiteral(" returning ipid, autoid"));
+        db::sqlText(QStringLiteral(" order by h.ID returning ipid, autoid"));
     const db::Rows made = db.query(insert.sql, insert.params);
     if (made.size() != std::size_t(boms.size()))
         throw db::DbError(QStringLiteral("批量处理中物料清单已被删除"));

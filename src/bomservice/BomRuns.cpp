@@ -9,6 +9,7 @@
 #include "db/Database.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/BomIdentity.h"
 #include "entry/BomVisibility.h"
 #include "entry/Format.h"
@@ -29,6 +30,16 @@ QDateTime timeOf(const QVariant& value) {
     if (value.typeId() == QMetaType::QDateTime)
         return value.toDateTime();
     return QDateTime::fromString(value.toString(), kTimeFormat);
+}
+
+// Rows of (header id, version before, version after) as BOM versions.
+std::vector<BomRuns::BomVersion> versionsOf(db::Database& db, const QString& sql, qlonglong run) {
+    const db::Rows rows = db.query(sql, {run});
+    std::vector<BomRuns::BomVersion> out;
+    out.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        out.push_back({rows.at(i).at(0).toString(), rows.at(i).at(1), rows.at(i).at(2)});
+    return out;
 }
 
 QStringList texts(const db::Rows& rows, int column) {
@@ -130,6 +141,13 @@ void BomRuns::Bumped(qlonglong run, const QStringList& headerIds, const QString&
     db.exec(record.sql, record.params);
 }
 
+std::vector<BomRuns::BomVersion> BomRuns::Versions(qlonglong run) {
+    return versionsOf(*session_.gConn,
+                      QStringLiteral("select iautoid, iqztsbefore, iqzts from sys_bom_run_bom "
+                                     "where irunid=? order by iautoid"),
+                      run);
+}
+
 std::vector<BomRuns::Run> BomRuns::List() {
     const db::Rows rows = session_.gConn->query(
         QStringLiteral("select r.id, r.cuserid, r.dtime, r.coperation, r.cstate, r.cdescription, "
@@ -152,9 +170,14 @@ bool BomRuns::refuse(const QString& text, const QString& title) {
 
 bool BomRuns::Undo(qlonglong run, const QString& title) {
     refused_.clear();
+    undone_.clear();
     db::Database& db = *session_.gConn;
     const QString name = QString::number(run);
-    {
+    // Everything the undo decides on is read again inside its transaction, so an attempt that
+    // collided with another session's may simply be run again.
+    return db::TransactionRetry::run(db, [&] {
+        refused_.clear();
+        undone_.clear();
         db::Transaction tx(db);
         const QString setup = db.dialect().longTransactionSetup();
         if (!setup.isEmpty())
@@ -221,6 +244,13 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
             return refuseBoms(existing, changedSince);
         recordUndo(run);
         restore(run);
+        undone_ =
+            versionsOf(db,
+                       QStringLiteral("select b.iautoid, b.iqzts, h.qzts from sys_bom_run_bom "
+                                      "b left join ProductStructure h on "
+                                      "h.iautoid=b.iautoid where b.irunid=? order by "
+                                      "b.iautoid"),
+                       run);
         // An earlier run that had left these BOMs as this one found them may be undone next.
         db.exec(QStringLiteral("update sys_bom_run_bom set iqzts=(select h.qzts from "
                                "ProductStructure h where h.iautoid=sys_bom_run_bom.iautoid) "
@@ -235,8 +265,8 @@ bool BomRuns::Undo(qlonglong run, const QString& title) {
         entry::BomVisibility(db).RefreshBoms(texts(touched, 0));
         BomSaver(session_).MarkStructureChanged();
         tx.commit();
-    }
-    return true;
+        return true;
+    });
 }
 
 QStringList BomRuns::remadeBoms(qlonglong run) {

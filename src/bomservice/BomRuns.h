@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 #include <optional>
 #include <vector>
 
@@ -33,6 +34,13 @@ public:
         QString description;
         int boms = 0;
     };
+    // A BOM's row version before a run (or an undo) and the one it left it at; null where there
+    // was or is no BOM.
+    struct BomVersion {
+        QString headerId;
+        QVariant before;
+        QVariant after;
+    };
     static constexpr const char* kDone = "done";
     static constexpr const char* kUndone = "undone";
 
@@ -57,6 +65,10 @@ public:
     // Touched and Finish in one, for BOMs that are there before and after.
     void Bumped(qlonglong run, const QStringList& headerIds, const QString& kind);
 
+    // The versions the run's record holds for its BOMs, by BOM. Read in the run's transaction,
+    // they are the ones it left; an undo of a later run moves them on.
+    std::vector<BomVersion> Versions(qlonglong run);
+
     // Newest first.
     std::vector<Run> List();
 
@@ -66,6 +78,8 @@ public:
     // or the operator may not touch it: those BOMs are named, and kept in refusedBoms().
     bool Undo(qlonglong run, const QString& title);
     const QStringList& refusedBoms() const { return refused_; }
+    // After an undo: each BOM's version as the run had left it and the one the undo left.
+    const std::vector<BomVersion>& undoneVersions() const { return undone_; }
 
 private:
     void keep(const QString& table, const QString& copy, qlonglong run,
@@ -82,6 +96,7 @@ private:
 
     entry::Session& session_;
     QStringList refused_;
+    std::vector<BomVersion> undone_;
 };
 
 } // namespace bom::bomservice

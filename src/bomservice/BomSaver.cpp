@@ -11,6 +11,7 @@
 #include "db/BoundList.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/BomIdentity.h"
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
@@ -98,18 +99,25 @@ bool BomSaver::SaveBom(BomCard& card, const QString& cardNumber, int mode, QStri
         for (int row : saved.lines.notDeletedRows())
             saved.lines.setEditprop(row, QStringLiteral("A"));
     RowWriter writer(*session_.gConn, *session_.gLogin, voucher->DEF_ID);
+    const BomCard unsaved = saved;
     try {
-        db::Transaction tx(*session_.gConn);
-        const QString setup = session_.gConn->dialect().longTransactionSetup();
-        if (!setup.isEmpty())
-            session_.gConn->exec(setup);
-        if (!writeCard(saved, mode, writer, errorText)) {
+        const bool written = db::TransactionRetry::run(*session_.gConn, [&] {
+            saved = unsaved; // an attempt ended by a collision left its keys in the card
+            db::Transaction tx(*session_.gConn);
+            const QString setup = session_.gConn->dialect().longTransactionSetup();
+            if (!setup.isEmpty())
+                session_.gConn->exec(setup);
+            if (!writeCard(saved, mode, writer, errorText))
+                return false;
+            tx.commit();
+            return true;
+        });
+        if (!written) {
             resultText = kSaveFailed;
             if (!errorText.isEmpty())
                 session_.prompter.info(errorText, kTitle, 16);
             return false;
         }
-        tx.commit();
     } catch (const db::DbError& e) {
         return refuse(kSaveFailed, ServiceTexts::writeFailed(e.message()));
     }
@@ -290,6 +298,7 @@ void BomSaver::saveQuantityTotals(const QStringList& parentCodes) {
     parents.removeAll(QString());
     if (parents.isEmpty())
         return;
+    holdTotals(parents);
     const db::SqlCondition gone =
         db::sqlText(QStringLiteral("delete from ProductStructuresEx where ")) +
         db::BoundList::in(db.dialect(), QStringLiteral("cPSPCode"), parents);
@@ -308,6 +317,7 @@ void BomSaver::saveQuantityTotals(const QStringList& parentCodes,
     db::Database& db = *session_.gConn;
     if (parentCodes.isEmpty() || componentCodes.isEmpty())
         return;
+    holdTotals(parentCodes);
     const db::SqlCondition pairs =
         db::BoundList::in(db.dialect(), QStringLiteral("cpspcode"), parentCodes) +
         db::sqlText(QStringLiteral(" and ")) +
@@ -321,6 +331,12 @@ void BomSaver::saveQuantityTotals(const QStringList& parentCodes,
                                    "ProductStructures where ")) +
         pairs + db::sqlText(QStringLiteral(" group by cpspcode, cpscode"));
     db.exec(sums.sql, sums.params);
+}
+
+void BomSaver::holdTotals(const QStringList& parentCodes) {
+    // Totals are sums over every BOM of a parent: two transactions that work them out at once
+    // would each miss the other's lines, so they take turns per parent.
+    session_.gConn->holdKeys(QStringLiteral("quantity-totals"), parentCodes);
 }
 
 void BomSaver::MarkStructureChanged() {
@@ -349,7 +365,7 @@ bool BomSaver::writeLines(BomCard& card, RowWriter& writer) {
     const int autoidCell = card.lines.columnIndex(QStringLiteral("autoid"));
     const int flag = card.lines.columnIndex(QStringLiteral("replaceflag"));
     for (int row : rows) {
-        // A copied line brings the substitutes of the line it was copied from.
+        // A copied line brings the substitutes of the line it was copied from, in their order.
         const QVariant autoid = card.lines.cell(row, autoidCell);
         const QVariant source = card.lines.oldautoid(row);
         if (!source.toString().isEmpty() && source.toLongLong() != autoid.toLongLong() &&
@@ -361,7 +377,9 @@ bool BomSaver::writeLines(BomCard& card, RowWriter& writer) {
                     "cFree7,cFree8,cFree9,cFree10,cbatch,cWhcode,cPersonName,Sequence,tdQtyN,"
                     "tdQtyD,AutoID,ccaacomunitcode) select cInvCode,cFree1,cFree2,cFree3,cFree4,"
                     "cFree5,cFree6,cFree7,cFree8,cFree9,cFree10,cbatch,cWhcode,cPersonName,"
-                    "Sequence,tdQtyN,tdQtyD,?,ccaacomunitcode from ProstruOpt where autoid=?"),
+                    "Sequence,tdQtyN,tdQtyD,?,ccaacomunitcode from ProstruOpt where autoid=? order "
+                    "by "
+                    "compsubid"),
                 {autoid, source});
         }
     }

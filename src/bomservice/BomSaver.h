@@ -59,6 +59,7 @@ private:
     void deleteLines(const BomCard& card, const QString& headerId);
     bool writeLines(BomCard& card, RowWriter& writer); // false: a modified line is gone
     void markSaved(BomCard& card);
+    void holdTotals(const QStringList& parentCodes);
 
     entry::Session& session_;
 };

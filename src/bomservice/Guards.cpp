@@ -9,6 +9,7 @@
 #include "db/BoundList.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
@@ -69,6 +70,17 @@ bool BomGuards::ClaimVersion(const QString& headerId, const QVariant& qzts) {
                {headerId, qlonglong(entry::VoucherHelpers::ToNumber(qzts).value_or(-1))}) == 1;
 }
 
+void BomGuards::LockBoms(const QStringList& headerIds) {
+    db::Database& db = *session_.gConn;
+    if (headerIds.isEmpty() || db.dialect().forUpdate().isEmpty())
+        return;
+    const db::SqlCondition sql =
+        db::sqlText(QStringLiteral("select ID from ProductStructure where ")) +
+        db::BoundList::in(db.dialect(), QStringLiteral("iautoid"), headerIds) +
+        db::sqlText(QStringLiteral(" order by ID") + db.dialect().forUpdate());
+    db.query(sql.sql, sql.params);
+}
+
 bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
     if (!BomValidator(session_).CheckBeforeModify(card))
         return false;
@@ -83,18 +95,24 @@ bool BomGuards::DeleteBom(const BomCard& card, const QString& cardNumber) {
         const auto voucher = BomCardLoader(session_).findTemplate(cardNumber);
         if (!voucher)
             return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
-        db::Transaction tx(db);
-        const db::Rows version = db.query(
-            QStringLiteral("select qzts from %1 where id=?").arg(voucher->BTTblName), {id});
-        if (version.empty() || !BomAccess(session_).MayTouch(headerId))
-            return refuse(QStringLiteral("本单据已被其他人删除，请刷新！"));
-        if (version.value(0, "qzts").toLongLong() !=
-            card.header.value(0, QStringLiteral("qzts")).toLongLong())
-            return refuse(QStringLiteral("本单据已被其他人更新，请刷新后再试！"));
-        if (!RemoveStoredBom(headerId))
-            return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
-        tx.commit();
-        return true;
+        // The refusal is worked out inside the transaction and shown after it has ended.
+        const QString refusal = db::TransactionRetry::run(db, [&] {
+            db::Transaction tx(db);
+            const db::Rows version =
+                db.query(QStringLiteral("select qzts from %1 where id=?").arg(voucher->BTTblName) +
+                             db.dialect().forUpdate(),
+                         {id});
+            if (version.empty() || !BomAccess(session_).MayTouch(headerId))
+                return QStringLiteral("本单据已被其他人删除，请刷新！");
+            if (version.value(0, "qzts").toLongLong() !=
+                card.header.value(0, QStringLiteral("qzts")).toLongLong())
+                return QStringLiteral("本单据已被其他人更新，请刷新后再试！");
+            if (!RemoveStoredBom(headerId))
+                return QStringLiteral("删除失败，请放弃后刷新！");
+            tx.commit();
+            return QString();
+        });
+        return refusal.isEmpty() || refuse(refusal);
     } catch (const db::DbError&) {
         return refuse(QStringLiteral("删除失败，请放弃后刷新！"));
     }

@@ -31,6 +31,10 @@ public:
     // proves the BOM is still at the version `qzts` it was loaded at, moving the version on.
     // False when it was changed, deleted or never had that version.
     bool ClaimVersion(const QString& headerId, const QVariant& qzts);
+    // Takes the header rows of the BOMs a transaction is about to change, before it changes
+    // any, in the order of their IDs: transactions over several BOMs take them in one order, so
+    // two never each hold a BOM the other waits for.
+    void LockBoms(const QStringList& headerIds);
 
     // Deletes the card with its lines, substitutes and attachments in one transaction, unless
     // another session deleted or changed the BOM since the card's qzts was read.

@@ -8,6 +8,7 @@
 #include <QSqlError>
 #include <QSqlRecord>
 #include <atomic>
+#include <set>
 
 namespace bom::db {
 namespace {
@@ -22,6 +23,21 @@ QString errorText(const QSqlError& error) {
     if (text.isEmpty())
         text = error.driverText().trimmed();
     return text.isEmpty() ? error.text() : text;
+}
+
+// A failed statement, with PostgreSQL's SQLSTATE (the QPSQL driver's native code). A collision
+// with another transaction says so in words: the operator is to run the work again, not to
+// look for a fault.
+DbError statementError(const Dialect& dialect, const QSqlError& error, const QString& sql) {
+    const QString state =
+        dialect.kind() == Dialect::Kind::Postgres ? error.nativeErrorCode() : QString();
+    DbError failure(errorText(error), sql, state);
+    if (!failure.collided())
+        return failure;
+    return DbError(QStringLiteral("与其他操作员的操作冲突（死锁或串行化失败），本次操作未写入任何"
+                                  "内容，请重试。（%1）")
+                       .arg(errorText(error)),
+                   sql, state);
 }
 
 QSqlDatabase connect(const DbUrl& url, Database::OpenMode mode, const QString& name) {
@@ -52,6 +68,17 @@ void createPostgresDatabase(const DbUrl& url) {
     maintenance.chop(url.database.size());
     auto admin = Database::open(maintenance + QStringLiteral("postgres"));
     admin->exec(QStringLiteral("CREATE DATABASE %1").arg(url.database));
+}
+
+// A hash that is the same in every process (qHash is seeded per process), so that two sessions
+// name a key's lock alike.
+quint32 stableHash(const QString& text) {
+    quint32 hash = 2166136261u; // FNV-1a
+    for (const char byte : text.toUtf8()) {
+        hash ^= quint8(byte);
+        hash *= 16777619u;
+    }
+    return hash;
 }
 
 bool postgresDatabaseMissing(const QString& message) {
@@ -126,7 +153,7 @@ QSqlQuery Database::prepare(const QString& sql) {
     QSqlQuery query(handle_);
     query.setForwardOnly(true);
     if (!query.prepare(sql))
-        throw DbError(errorText(query.lastError()), sql);
+        throw statementError(*dialect_, query.lastError(), sql);
     return query;
 }
 
@@ -143,7 +170,7 @@ void Database::run(QSqlQuery& query, const Params& params) {
         query.bindValue(i, nullText ? QVariant(QStringLiteral("")) : value);
     }
     if (!query.exec())
-        throw DbError(errorText(query.lastError()), query.lastQuery());
+        throw statementError(*dialect_, query.lastError(), query.lastQuery());
 }
 
 Database::Run::Run(Database& db, Statement* cached, QSqlQuery own)
@@ -207,7 +234,7 @@ std::unique_ptr<Database::Run> Database::execute(const QString& sql, const Param
         QSqlQuery query(handle_);
         query.setForwardOnly(true);
         if (!query.exec(sql))
-            throw DbError(errorText(query.lastError()), sql);
+            throw statementError(*dialect_, query.lastError(), sql);
         static const QRegularExpression ddl(QStringLiteral("^\\s*(CREATE|ALTER|DROP)\\b"),
                                             QRegularExpression::CaseInsensitiveOption);
         if (ddl.match(sql).hasMatch()) {
@@ -264,7 +291,7 @@ void Database::stream(const QString& sql, const Params& params,
         onRow(std::move(row));
     }
     if (q.lastError().isValid())
-        throw DbError(errorText(q.lastError()), sql);
+        throw statementError(*dialect_, q.lastError(), sql);
 }
 
 QVariant Database::scalar(const QString& sql, const Params& params) {
@@ -350,6 +377,18 @@ QHash<QString, QString> Database::columnTypes(const QString& table) {
     if (!types.isEmpty())
         schema_.columnTypes.insert(key, types);
     return types;
+}
+
+void Database::holdKeys(const QString& space, const QStringList& keys) {
+    const QString sql = dialect_->keyLockSql();
+    if (sql.isEmpty() || keys.isEmpty())
+        return;
+    std::set<int> buckets;
+    for (const QString& key : keys)
+        buckets.insert(int(stableHash(key) % kKeyBuckets));
+    const int kind = int(stableHash(space) & 0x7fffffff);
+    for (const int bucket : buckets)
+        exec(sql, {kind, bucket});
 }
 
 void Database::begin() {

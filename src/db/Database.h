@@ -70,6 +70,13 @@ public:
     // connection until a schema change.
     QHash<QString, QString> columnTypes(const QString& table);
 
+    // Holds the application keys `keys` of the kind `space` (a parent item's quantity totals,
+    // say) until the transaction ends: another transaction asking for one of them waits. Keys
+    // fall into kKeyBuckets buckets, taken in one order, so two transactions never wait on each
+    // other crosswise and a run over many keys holds a bounded number of locks.
+    void holdKeys(const QString& space, const QStringList& keys);
+    static constexpr int kKeyBuckets = 64;
+
     // Used by Transaction: nesting becomes savepoints.
     void begin();
     void commit();

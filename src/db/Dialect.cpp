@@ -61,6 +61,8 @@ public:
         return QStringLiteral("SELECT name, type FROM pragma_table_info(?)");
     }
     QString forShare() const override { return {}; }
+    QString forUpdate() const override { return {}; }
+    QString keyLockSql() const override { return {}; }
     QStringList sessionSetup() const override {
         // WAL lets a reader (the list) and a writer (a save in another process) work at once;
         // the busy time-out makes a second writer wait instead of failing at once.
@@ -147,6 +149,10 @@ public:
                               "character_maximum_length IS NOT NULL");
     }
     QString forShare() const override { return QStringLiteral(" FOR SHARE"); }
+    QString forUpdate() const override { return QStringLiteral(" FOR UPDATE"); }
+    QString keyLockSql() const override {
+        return QStringLiteral("SELECT pg_advisory_xact_lock(?, ?)");
+    }
     QStringList sessionSetup() const override {
         return {QStringLiteral("SET statement_timeout = 120000"),
                 QStringLiteral("SET client_min_messages = warning")};

@@ -25,6 +25,14 @@ public:
     // Appended to a SELECT whose rows a transaction reads and relies on: on PostgreSQL they stay
     // unchanged by others until it ends; SQLite's write transaction holds the database already.
     virtual QString forShare() const = 0;
+    // Appended to a SELECT of rows a transaction is about to change: on PostgreSQL they are
+    // taken for it at once, where reading them FOR SHARE first would let two transactions each
+    // hold a share the other must wait out before it may write.
+    virtual QString forUpdate() const = 0;
+    // SQL taking a lock on the application key bound to its two integer placeholders until the
+    // transaction ends; empty when the dialect needs none (SQLite's write transaction holds the
+    // whole database).
+    virtual QString keyLockSql() const = 0;
     // Statements run once on every new connection.
     virtual QStringList sessionSetup() const = 0;
     // Run at the start of a long write transaction (a card save): lifts the statement time-out

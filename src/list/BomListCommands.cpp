@@ -5,6 +5,7 @@
 #include "bomservice/Guards.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/BomVisibility.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
@@ -42,6 +43,13 @@ std::vector<ListRow> selected(const std::vector<ListRow>& rows) {
         if (row.selected)
             out.push_back(row);
     return out;
+}
+
+QStringList headerIds(const std::vector<ListRow>& rows) {
+    QStringList ids;
+    for (const ListRow& row : rows)
+        ids << row.text(QStringLiteral("iautoid"));
+    return ids;
 }
 
 // The line as the deletion log keeps it: <Deleted autoid="…" column="value" … />, the
@@ -339,13 +347,13 @@ bool BomListCommands::deleteBom(const ListRow& row) {
     const QString id = row.text(QStringLiteral("iautoid"));
     if (!session_.gPub->DeleteStart(*session_.gLogin, QStringLiteral("ProductStructure"), id))
         return false;
-    bool done = false;
-    {
+    const bool done = db::TransactionRetry::run(*session_.gConn, [&] {
         db::Transaction tx(*session_.gConn);
-        done = bomservice::BomGuards(session_).RemoveStoredBom(id);
-        if (done)
+        const bool removed = bomservice::BomGuards(session_).RemoveStoredBom(id);
+        if (removed)
             tx.commit();
-    }
+        return removed;
+    });
     session_.gPub->DeleteEnded(*session_.gLogin, QStringLiteral("ProductStructure"), id);
     if (!done)
         session_.ShowInfo(QStringLiteral("当前选中的") + terms_.parent +
@@ -372,32 +380,38 @@ bool BomListCommands::deleteLine(const ListRow& line) {
     if (!session_.gPub->DeleteStart(*session_.gLogin, QStringLiteral("ProductStructures"),
                                     autoid.toString()))
         return false;
-    db::Database& db = *session_.gConn;
-    bool done = false;
-    {
-        db::Transaction tx(db);
-        const QString parent = db.scalar(QStringLiteral("select cpspcode from ProductStructures "
-                                                        "where autoid=?"),
-                                         {autoid})
-                                   .toString();
-        bomservice::BomHistory history(db);
-        const auto removal = history.lineRemoval(autoid);
-        db.exec(QStringLiteral("delete from ProstruOpt where autoid=?"), {autoid});
-        done =
-            db.exec(QStringLiteral("delete from ProductStructures where autoid=?"), {autoid}) > 0;
-        if (done) {
-            bomservice::BomSaver(session_).LinesChanged({parent});
-            if (removal)
-                history.record(line.text(QStringLiteral("ipid")), session_.gUserId, {*removal});
-            entry::BomVisibility(db).RefreshBoms({line.text(QStringLiteral("ipid"))});
-            writeDeletionLog(line);
-            tx.commit();
-        }
-    }
+    const bool done =
+        db::TransactionRetry::run(*session_.gConn, [&] { return removeLine(line, autoid); });
     session_.gPub->DeleteEnded(*session_.gLogin, QStringLiteral("ProductStructures"),
                                autoid.toString());
     view_.reloadLines();
     return done;
+}
+
+bool BomListCommands::removeLine(const ListRow& line, const QVariant& autoid) {
+    db::Database& db = *session_.gConn;
+    db::Transaction tx(db);
+    const db::Rows found = db.query(
+        QStringLiteral("select ipid, cpspcode, cpscode from ProductStructures where autoid=?"),
+        {autoid});
+    if (found.empty())
+        return false;
+    const QString headerId = found.text(0, "ipid");
+    const QString parent = found.text(0, "cpspcode");
+    // The BOM has changed: its version moves on, so that a card loaded before, or the undo of
+    // a run that changed this line, cannot write over the deletion unseen.
+    db.exec(QStringLiteral("update ProductStructure set qzts=qzts where iautoid=?"), {headerId});
+    bomservice::BomHistory history(db);
+    const auto removal = history.lineRemoval(autoid);
+    db.exec(QStringLiteral("delete from ProstruOpt where autoid=?"), {autoid});
+    db.exec(QStringLiteral("delete from ProductStructures where autoid=?"), {autoid});
+    bomservice::BomSaver(session_).LinesChanged({parent});
+    if (removal)
+        history.record(headerId, session_.gUserId, {*removal});
+    entry::BomVisibility(db).RefreshBoms({headerId});
+    writeDeletionLog(line);
+    tx.commit();
+    return true;
 }
 
 void BomListCommands::writeDeletionLog(const ListRow& line) {
@@ -463,12 +477,13 @@ int BomListCommands::StopSelected() {
         int style;
     };
     std::vector<Refusal> refusals;
-    int count = 0;
-    {
+    const std::vector<ListRow> rows = selected(view_.parentRows());
+    const int count = db::TransactionRetry::run(db, [&] {
+        refusals.clear();
+        int stopped = 0;
         db::Transaction tx(db);
-        for (const ListRow& row : view_.parentRows()) {
-            if (!row.selected)
-                continue;
+        bomservice::BomGuards(session_).LockBoms(headerIds(rows));
+        for (const ListRow& row : rows) {
             const QString id = row.text(QStringLiteral("iautoid"));
             const db::Rows flag = db.query(
                 QStringLiteral("select bMRCBBOM from ProductStructure where iAutoId=?"), {id});
@@ -490,11 +505,12 @@ int BomListCommands::StopSelected() {
             } else {
                 db.exec(QStringLiteral("update productstructure set bstopflag=1 where iAutoId=?"),
                         {id});
-                ++count;
+                ++stopped;
             }
         }
         tx.commit();
-    }
+        return stopped;
+    });
     for (const Refusal& r : refusals)
         session_.prompter.info(r.text, r.title, r.style);
     session_.prompter.info(QStringLiteral("停用 %1条记录 ！").arg(count),
@@ -505,16 +521,18 @@ int BomListCommands::StopSelected() {
 
 int BomListCommands::EnableSelected() {
     db::Database& db = *session_.gConn;
-    int count = 0;
-    {
+    const std::vector<ListRow> rows = selected(view_.parentRows());
+    const int count = db::TransactionRetry::run(db, [&] {
+        int enabled = 0;
         db::Transaction tx(db);
-        for (const ListRow& row : view_.parentRows())
-            if (row.selected)
-                count += db.exec(QStringLiteral("update productstructure set bstopflag=0 where "
-                                                "iAutoId=?"),
-                                 {row.text(QStringLiteral("iautoid"))}) > 0;
+        bomservice::BomGuards(session_).LockBoms(headerIds(rows));
+        for (const ListRow& row : rows)
+            enabled += db.exec(QStringLiteral("update productstructure set bstopflag=0 where "
+                                              "iAutoId=?"),
+                               {row.text(QStringLiteral("iautoid"))}) > 0;
         tx.commit();
-    }
+        return enabled;
+    });
     session_.prompter.info(QStringLiteral("启用 %1条记录 ！").arg(count),
                            QStringLiteral("消息提示"), 0);
     view_.reload();

@@ -60,6 +60,8 @@ private:
     bool importFile(); // BOMs from a spreadsheet the planner picks
     bool deleteBom(const ListRow& row);
     bool deleteLine(const ListRow& line);
+    // The line with its substitutes, in one transaction; false when it was gone already.
+    bool removeLine(const ListRow& line, const QVariant& autoid);
     void writeDeletionLog(const ListRow& line);
     bool batch(const QString& key);
     bool colourSize(const QString& mode);

@@ -9,6 +9,7 @@
 #include "bomservice/ServiceTexts.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/Session.h"
 #include "entry/VoucherHelpers.h"
 #include "suite/Prompter.h"
@@ -206,10 +207,16 @@ bool clsOptVoucher::SaveVoucher(BomCard& card) {
 
     BomCard saved = card;
     try {
-        db::Transaction tx(db);
-        if (!writeCard(saved, line))
+        const bool written = db::TransactionRetry::run(db, [&] {
+            saved = card;
+            db::Transaction tx(db);
+            if (!writeCard(saved, line))
+                return false;
+            tx.commit();
+            return true;
+        });
+        if (!written)
             return refuse(ServiceTexts::saveFailed(), ServiceTexts::changedMeanwhile());
-        tx.commit();
     } catch (const db::DbError& e) {
         return refuse(ServiceTexts::saveFailed(), ServiceTexts::writeFailed(e.message()));
     }

@@ -83,7 +83,11 @@ void CostRollup::workOut(std::vector<CostRow>& rows, const LineSource& source) {
         byLevel[rows[i].level].push_back(int(i));
     std::vector<std::vector<Line>> lines(rows.size());
     std::vector<char> done(rows.size(), 0);
-    for (const auto& [level, positions] : byLevel) {
+    for (const auto& levelPositions : byLevel) {
+        // Named apart: a structured binding cannot be captured by the lambda below (C++17 rule
+        // clang still enforces).
+        const int level = levelPositions.first;
+        const auto& positions = levelPositions.second;
         QStringList ids;
         for (int at : positions)
             ids << rows[std::size_t(at)].iautoid;

@@ -3,6 +3,7 @@
 #include "db/DbError.h"
 #include "db/Identifier.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 
 #include <QXmlStreamReader>
 #include <utility>
@@ -48,6 +49,39 @@ bool parseChanges(const QString& xml, const QString& table, std::vector<Change>&
     return true;
 }
 
+// Every change as one UPDATE, in one transaction; false with `errorText` set when the set names
+// a column the table does not have (nothing is written then).
+bool applyChanges(db::Database& db, const std::vector<Change>& changes, const QStringList& columns,
+                  const QString& table, QString& errorText) {
+    db::Transaction tx(db);
+    for (const Change& change : changes) {
+        if (change.values.size() < 2)
+            continue;
+        QStringList sets;
+        db::Params params;
+        for (std::size_t i = 1; i < change.values.size(); ++i) {
+            const QString column = db::matchName(columns, change.values[i].first);
+            if (column.isEmpty()) {
+                errorText = QStringLiteral("字段%1不存在！").arg(change.values[i].first);
+                return false;
+            }
+            sets << column + QStringLiteral("=?");
+            const QString& value = change.values[i].second;
+            params << (value.isEmpty() ? QVariant() : QVariant(value));
+        }
+        const QString key = db::matchName(columns, change.values[0].first);
+        if (key.isEmpty()) {
+            errorText = QStringLiteral("字段%1不存在！").arg(change.values[0].first);
+            return false;
+        }
+        params << change.values[0].second;
+        db.exec(QStringLiteral("UPDATE %1 SET %2 WHERE %3=?").arg(table, sets.join(','), key),
+                params);
+    }
+    tx.commit();
+    return true;
+}
+
 } // namespace
 
 void ConnectionService::Init(const QString& url) {
@@ -73,33 +107,8 @@ bool ConnectionService::Modify(const QString& xml, const QString& table, QString
             errorText = QStringLiteral("表%1不存在！").arg(table);
             return false;
         }
-        db::Transaction tx(*db_);
-        for (const Change& change : changes) {
-            if (change.values.size() < 2)
-                continue;
-            QStringList sets;
-            db::Params params;
-            for (std::size_t i = 1; i < change.values.size(); ++i) {
-                const QString column = db::matchName(columns, change.values[i].first);
-                if (column.isEmpty()) {
-                    errorText = QStringLiteral("字段%1不存在！").arg(change.values[i].first);
-                    return false;
-                }
-                sets << column + QStringLiteral("=?");
-                const QString& value = change.values[i].second;
-                params << (value.isEmpty() ? QVariant() : QVariant(value));
-            }
-            const QString key = db::matchName(columns, change.values[0].first);
-            if (key.isEmpty()) {
-                errorText = QStringLiteral("字段%1不存在！").arg(change.values[0].first);
-                return false;
-            }
-            params << change.values[0].second;
-            db_->exec(QStringLiteral("UPDATE %1 SET %2 WHERE %3=?").arg(table, sets.join(','), key),
-                      params);
-        }
-        tx.commit();
-        return true;
+        return db::TransactionRetry::run(
+            *db_, [&] { return applyChanges(*db_, changes, columns, table, errorText); });
     } catch (const db::DbError& e) {
         errorText = e.message();
         return false;
@@ -114,9 +123,11 @@ bool ConnectionService::Delete(const QString& table, const QString& keyColumn,
             errorText = QStringLiteral("表%1没有字段%2！").arg(table, keyColumn);
             return false;
         }
-        db::Transaction tx(*db_);
-        db_->exec(QStringLiteral("DELETE FROM %1 WHERE %2=?").arg(table, column), {keyValue});
-        tx.commit();
+        db::TransactionRetry::run(*db_, [&] {
+            db::Transaction tx(*db_);
+            db_->exec(QStringLiteral("DELETE FROM %1 WHERE %2=?").arg(table, column), {keyValue});
+            tx.commit();
+        });
         return true;
     } catch (const db::DbError& e) {
         errorText = e.message();

@@ -4,6 +4,7 @@
 #include "bomservice/BomAccess.h"
 #include "db/DbError.h"
 #include "db/Transaction.h"
+#include "db/TransactionRetry.h"
 #include "entry/Session.h"
 #include "suite/Prompter.h"
 
@@ -238,21 +239,28 @@ std::optional<ColourSizeGenerator::Result> ColourSizeGenerator::Run(const Progre
     db::Database& db = *session_.gConn;
     ColourSizeWriter::Outcome outcome;
     try {
-        db::Transaction tx(db);
-        const QString setup = db.dialect().longTransactionSetup();
-        if (!setup.isEmpty())
-            db.exec(setup);
-        ColourSizeWriter writer(session_, columns_);
-        if (mode_ == Mode::Copy) {
-            if (!templateVisible()) {
-                session_.ShowInfo(ColourSizeTexts::templateGone());
-                return std::nullopt;
+        // The writer reads the template and the pairs there are inside the transaction, so an
+        // attempt that collided with another session's is run again from the start.
+        const bool written = db::TransactionRetry::run(db, [&] {
+            db::Transaction tx(db);
+            const QString setup = db.dialect().longTransactionSetup();
+            if (!setup.isEmpty())
+                db.exec(setup);
+            ColourSizeWriter writer(session_, columns_);
+            if (mode_ == Mode::Copy) {
+                if (!templateVisible())
+                    return false;
+                outcome = writer.generate(templateId_, chosenPairs(), progress);
+            } else {
+                outcome = writer.remove(parent_, chosenPairs(), progress);
             }
-            outcome = writer.generate(templateId_, chosenPairs(), progress);
-        } else {
-            outcome = writer.remove(parent_, chosenPairs(), progress);
+            tx.commit();
+            return true;
+        });
+        if (!written) {
+            session_.ShowInfo(ColourSizeTexts::templateGone());
+            return std::nullopt;
         }
-        tx.commit();
     } catch (const ColourSizeWriter::Cancelled&) {
         Result cancelled;
         cancelled.cancelled = true;

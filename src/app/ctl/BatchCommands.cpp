@@ -51,6 +51,17 @@ QJsonObject lineOf(const batch::BatchPlan& plan, const QVariantList& line) {
     return out;
 }
 
+QJsonArray versionsOf(const std::vector<bomservice::BomRuns::BomVersion>& versions) {
+    auto version = [](const QVariant& v) {
+        return v.isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(v.toLongLong());
+    };
+    QJsonArray out;
+    for (const auto& v : versions)
+        out.append(QJsonObject{
+            {"iautoid", v.headerId}, {"before", version(v.before)}, {"after", version(v.after)}});
+    return out;
+}
+
 QJsonArray skippedOf(CtlContext& ctx, const std::vector<batch::BatchSkip>& skipped) {
     QJsonArray out;
     for (const batch::BatchSkip& skip : skipped) {
@@ -178,6 +189,7 @@ int runBatchOperation(CtlContext& ctx, Operation operation) {
         return ctx.finish(result->changed.isEmpty() ? ExitRefused : ExitOk,
                           {{"run", result->run},
                            {"changed", QJsonArray::fromStringList(result->changed)},
+                           {"versions", versionsOf(result->versions)},
                            {"skipped", skipped}});
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
@@ -219,9 +231,10 @@ int runUndo(CtlContext& ctx) {
     try {
         bomservice::BomRuns runs(ctx.session());
         const bool undone = runs.Undo(run, batch::BatchTexts::title());
-        return ctx.finish(
-            undone ? ExitOk : ExitRefused,
-            {{"run", run}, {"refused", QJsonArray::fromStringList(runs.refusedBoms())}});
+        return ctx.finish(undone ? ExitOk : ExitRefused,
+                          {{"run", run},
+                           {"refused", QJsonArray::fromStringList(runs.refusedBoms())},
+                           {"versions", versionsOf(runs.undoneVersions())}});
     } catch (const db::DbError& e) {
         return ctx.fail(ExitDatabase, e.message());
     }
