@@ -9,6 +9,7 @@
 #include "Bomctl.h"
 #include "CrashPaths.h"
 #include "LoopAccount.h"
+#include "LoopArgs.h"
 #include "db/DbError.h"
 
 #include <QCoreApplication>
@@ -42,26 +43,19 @@ struct Tally {
 };
 
 std::optional<Options> parse(const QStringList& words) {
+    const auto args =
+        LoopArgs::parse(words, {"--kills", "--seed", "--boms", "--paths"}, {"--verbose"});
+    if (!args)
+        return std::nullopt;
     Options o;
-    for (int i = 0; i < words.size(); ++i) {
-        const QString& w = words[i];
-        const QString value = words.value(i + 1);
-        if (w == QLatin1String("--kills"))
-            o.kills = value.toInt(), ++i;
-        else if (w == QLatin1String("--seed"))
-            o.seed = value.toUInt(), ++i;
-        else if (w == QLatin1String("--boms"))
-            o.boms = value.toInt(), ++i;
-        else if (w == QLatin1String("--verbose"))
-            o.verbose = true;
-        else if (w == QLatin1String("--paths"))
-            o.paths = value.split(QLatin1Char(','), Qt::SkipEmptyParts), ++i;
-        else if (o.backend.isEmpty() && !w.startsWith(QLatin1String("--")))
-            o.backend = w;
-        else
-            return std::nullopt;
-    }
-    if (o.backend.isEmpty() || o.kills < 1 || o.boms < 20)
+    o.backend = args->backend;
+    o.kills = args->number(QStringLiteral("--kills"), o.kills);
+    o.seed = args->values.value(QStringLiteral("--seed"), QString::number(o.seed)).toUInt();
+    o.boms = args->number(QStringLiteral("--boms"), o.boms);
+    o.paths =
+        args->values.value(QStringLiteral("--paths")).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    o.verbose = args->flags.contains(QStringLiteral("--verbose"));
+    if (o.kills < 1 || o.boms < 20)
         return std::nullopt;
     return o;
 }

@@ -8,6 +8,7 @@
 #include "AccountCheck.h"
 #include "Bomctl.h"
 #include "LoopAccount.h"
+#include "LoopArgs.h"
 #include "RaceModel.h"
 #include "batch/BatchTexts.h"
 #include "bomservice/ServiceTexts.h"
@@ -44,26 +45,18 @@ struct Options {
 };
 
 std::optional<Options> parse(const QStringList& words) {
+    const auto args =
+        LoopArgs::parse(words, {"--operators", "--seconds", "--seed", "--boms"}, {"--verbose"});
+    if (!args)
+        return std::nullopt;
     Options o;
-    for (int i = 0; i < words.size(); ++i) {
-        const QString& w = words[i];
-        const QString value = words.value(i + 1);
-        if (w == QLatin1String("--operators"))
-            o.operators = value.toInt(), ++i;
-        else if (w == QLatin1String("--seconds"))
-            o.seconds = value.toDouble(), ++i;
-        else if (w == QLatin1String("--seed"))
-            o.seed = value.toUInt(), ++i;
-        else if (w == QLatin1String("--boms"))
-            o.boms = value.toInt(), ++i;
-        else if (w == QLatin1String("--verbose"))
-            o.verbose = true;
-        else if (o.backend.isEmpty() && !w.startsWith(QLatin1String("--")))
-            o.backend = w;
-        else
-            return std::nullopt;
-    }
-    if (o.backend.isEmpty() || o.operators < 1 || o.seconds <= 0 || o.boms < 2)
+    o.backend = args->backend;
+    o.operators = args->number(QStringLiteral("--operators"), o.operators);
+    o.seconds = args->decimal(QStringLiteral("--seconds"), o.seconds);
+    o.seed = args->values.value(QStringLiteral("--seed"), QString::number(o.seed)).toUInt();
+    o.boms = args->number(QStringLiteral("--boms"), o.boms);
+    o.verbose = args->flags.contains(QStringLiteral("--verbose"));
+    if (o.operators < 1 || o.seconds <= 0 || o.boms < 2)
         return std::nullopt;
     return o;
 }
