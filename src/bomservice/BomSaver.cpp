@@ -184,7 +184,7 @@ bool BomSaver::writeCard(BomCard& card, int mode, RowWriter& writer, QString& er
     db.exec(QStringLiteral("delete from ProstruOpt where autoid in (select autoid from "
                            "productstructures where ipid=? and replaceflag=0)"),
             {headerId});
-    history.record(headerId, session_.gUserId, BomHistory::diff(stored, card));
+    history.record(headerId, session_.gUserId, BomHistory::diff(stored, card), run_);
     entry::BomVisibility(db).RefreshBoms({headerId});
     MarkStructureChanged();
     card.header.setValue(0, QStringLiteral("qzts"),

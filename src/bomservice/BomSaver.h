@@ -37,6 +37,8 @@ public:
     // to `finishDeferred`, once for every parent the saves touched.
     void deferDerived() { deferring_ = true; }
     void finishDeferred();
+    // Saves that are part of a run file their history under it, so a card's LOG names the run.
+    void partOfRun(qlonglong run) { run_ = run; }
 
     // Each runs inside the save's transaction.
     void UpdateChildLinks(const BomCard& card, const QString& headerId);
@@ -52,6 +54,7 @@ public:
 
 private:
     bool deferring_ = false;
+    qlonglong run_ = 0;
     QStringList deferredParents_;
     bool writeCard(BomCard& card, int mode, RowWriter& writer, QString& errorText);
     void saveQuantityTotals(const QStringList& parentCodes);

@@ -421,6 +421,7 @@ bool BomImporter::write(std::vector<Group>& groups, ImportResult& result) {
     QStringList created;
     bomservice::BomSaver saver(session_);
     saver.deferDerived();
+    saver.partOfRun(run);
     for (Group& group : groups) {
         QString shown, error;
         if (!saver.SaveBom(group.card, kCardNumber, group.mode, shown, error)) {

@@ -1,4 +1,5 @@
 #include "bomservice/BomCardLoader.h"
+#include "bomservice/BomHistory.h"
 #include "bomservice/BomRuns.h"
 #include "bomservice/LowLevelCodes.h"
 #include "card/CardDocument.h"
@@ -98,6 +99,10 @@ TEST_P(ImportTest, AnEditedExportChangesAddsAndDeletesLinesAndUndoPutsItBack) {
     ASSERT_TRUE(result.refused.empty()) << result.refused.front().message.toStdString();
     EXPECT_TRUE(result.written);
     EXPECT_EQ(lines(kBk200), (QStringList{"FK100|1", "FR100|3", "SD100|1", "TY101|2", "WH100|2"}));
+    // The card's history names the import as the run that made the change.
+    const auto history = bomservice::BomHistory(db()).read(kBk200);
+    ASSERT_FALSE(history.empty());
+    EXPECT_EQ(history.front().run, result.run);
     // The levels the import kept are those a full rebuild finds.
     const QString levels = QStringLiteral("select cinvcode, ilevel from bom_llc order by cinvcode");
     const QStringList kept = db().query(levels).asText();
