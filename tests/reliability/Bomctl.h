@@ -37,6 +37,11 @@ public:
     const QString& program() const { return program_; }
 
     static Reply parse(const ChildProcess::Outcome& outcome);
+    // The program a loop drives: `built`, or a copy named by BOM_CTL_PROGRAM, so that a long
+    // run goes on while the tree is rebuilt.
+    static QString chosen(const QString& built) {
+        return qEnvironmentVariable("BOM_CTL_PROGRAM", built);
+    }
 
 private:
     QString program_;

@@ -117,7 +117,8 @@ private:
 Tally CrashLoop::run() {
     LoopAccount account(options_.backend, QLatin1String(path_.name));
     QTemporaryDir folder;
-    const Bomctl bomctl(QStringLiteral(BOMCTL_PATH), account.url(), LoopAccount::user());
+    const Bomctl bomctl(Bomctl::chosen(QStringLiteral(BOMCTL_PATH)), account.url(),
+                        LoopAccount::user());
     CrashContext ctx(bomctl, random_, folder.path());
     {
         suite::Account::GenerateOptions shape;

@@ -350,7 +350,8 @@ int main(int argc, char** argv) {
     try {
         LoopAccount account(options->backend, QStringLiteral("race"));
         QTemporaryDir folder;
-        const Bomctl bomctl(QStringLiteral(BOMCTL_PATH), account.url(), LoopAccount::user());
+        const Bomctl bomctl(Bomctl::chosen(QStringLiteral(BOMCTL_PATH)), account.url(),
+                            LoopAccount::user());
         const Setup setup = prepare(account, bomctl, *options);
         QMap<QString, Cells> start;
         {
