@@ -6,7 +6,9 @@
 #include "ctl/CtlLine.h"
 
 #include <QRegularExpression>
+#include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 #include <vector>
@@ -30,21 +32,26 @@ std::vector<std::pair<QString, int>> usageOptions(const char* usage) {
         int arity = 0;
         while (i + 1 + arity < tokens.size()) {
             const QString& next = tokens[i + 1 + arity];
-            if (next.startsWith(QLatin1String("--")) ||
-                !(next.front().isUpper() || next.contains(QLatin1Char('|'))))
+            const bool choices = next.contains(QLatin1Char('|')) && next.front().isLetter();
+            if (next.startsWith(QLatin1String("--")) || !(next.front().isUpper() || choices))
                 break;
             ++arity;
         }
         for (const QString& name : tokens[i].split(QLatin1Char('|'), Qt::SkipEmptyParts))
-            if (name.startsWith(QLatin1String("--")))
+            if (name.startsWith(QLatin1String("--")) &&
+                std::none_of(found.begin(), found.end(),
+                             [&](const auto& known) { return known.first == name; }))
                 found.emplace_back(name, arity);
     }
     return found;
 }
 
-void check(bool holds) {
-    if (!holds)
-        std::abort();
+// Aborts naming the line of the check that failed, for whoever triages the crash.
+void check(bool holds, int line = __builtin_LINE()) {
+    if (holds)
+        return;
+    std::fprintf(stderr, "fuzz_bomctl_args.cpp:%d: check failed\n", line);
+    std::abort();
 }
 
 } // namespace
