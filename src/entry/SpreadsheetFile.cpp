@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
+#include <QStringDecoder>
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
 #include <minizip/unzip.h>
@@ -463,7 +464,10 @@ bool SpreadsheetFile::write(const QString& path, const Sheet& sheet, QString* er
 
 std::optional<std::vector<QStringList>> SpreadsheetFile::readCsv(const QByteArray& bytes,
                                                                  QString* error) {
-    QString text = QString::fromUtf8(bytes);
+    // Not QString::fromUtf8: it drops a leading byte-order mark itself, so a first cell that
+    // begins with U+FEFF lost it to the removal below.
+    QString text =
+        QStringDecoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom).decode(bytes);
     if (text.startsWith(QChar(0xFEFF)))
         text.remove(0, 1);
     std::vector<QStringList> rows;
