@@ -32,10 +32,9 @@ CtlLine splitCommandLine(QStringList words) {
             break;
         }
     }
-    if (words.isEmpty()) // with no command, the help is shown
-        return {};
     CtlLine line;
-    line.command = words.takeFirst();
+    if (!words.isEmpty()) // with no command, the help is shown
+        line.command = words.takeFirst();
     line.words = leading + words;
     return line;
 }

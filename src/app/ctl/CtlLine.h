@@ -11,7 +11,7 @@
 namespace bom::app {
 
 // A bomctl command line before anything runs: the command's name (nothing when the line
-// holds only global options, or nothing at all) and the words after it, the global options
+// holds only global options, or nothing at all) and the other words, the global options
 // given before the command moved behind it, so "bomctl --db X list" reads as
 // "bomctl list --db X".
 struct CtlLine {
