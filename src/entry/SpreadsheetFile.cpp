@@ -202,8 +202,13 @@ QString firstSheetPath(ZipArchive& zip, QString* error) {
         if (xml.isStartElement() && xml.name() == QLatin1String("Relationship") &&
             xml.attributes().value(QLatin1String("Id")) == relation) {
             const QString target = xml.attributes().value(QLatin1String("Target")).toString();
-            return target.startsWith(QLatin1Char('/')) ? target.mid(1)
-                                                       : QStringLiteral("xl/") + target;
+            const QString path = target.startsWith(QLatin1Char('/'))
+                                     ? target.mid(1)
+                                     : QStringLiteral("xl/") + target;
+            // An empty path is the caller's sign of failure: "/" must not pass without a reason.
+            if (path.isEmpty())
+                *error = QStringLiteral("XLSX文件中的workbook.xml.rels格式不正确：工作表路径为空");
+            return path;
         }
     }
     if (xmlFailed(xml, QStringLiteral("workbook.xml.rels"), error))
