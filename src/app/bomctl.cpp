@@ -1,6 +1,7 @@
 // bomctl: the BOM module's services from a shell, one session per command.
 #include "ctl/Commands.h"
 #include "ctl/CtlContext.h"
+#include "ctl/CtlLine.h"
 #include "db/DbError.h"
 #include "list/BomList.h"
 
@@ -12,16 +13,6 @@
 using namespace bom::app;
 
 namespace {
-
-std::vector<Command> allCommands() {
-    std::vector<Command> all = accountCommands();
-    for (auto group :
-         {bomCommands, cardCommands, cardToolCommands, listCommands, optionsCommands, batchCommands,
-          printCommands, variantsCommands, structureCommands, spreadsheetCommands})
-        for (const Command& c : group())
-            all.push_back(c);
-    return all;
-}
 
 void printHelp(const std::vector<Command>& commands) {
     std::puts("bomctl COMMAND [ARGS] [--db URL] [--user ID] [--json] [--yes|--no|--answer a,b,…]");
@@ -71,43 +62,6 @@ void printHelp(const std::vector<Command>& commands) {
     std::puts("    file holds as they are), written, run (undo it with batch undo)");
 }
 
-// Global options that take a value, and those that do not.
-bool takesValue(const QString& word) {
-    return word == QLatin1String("--db") || word == QLatin1String("--user") ||
-           word == QLatin1String("--answer");
-}
-bool isGlobalFlag(const QString& word) {
-    return word == QLatin1String("--json") || word == QLatin1String("--yes") ||
-           word == QLatin1String("--no");
-}
-
-// Moves the global options found before the command behind it, so that "bomctl --db X list"
-// reads as "bomctl list --db X". Stops at the first word that is no global option.
-void moveLeadingOptions(QStringList& words) {
-    QStringList leading;
-    while (!words.isEmpty()) {
-        const QString& word = words.first();
-        const QString name = word.section(QLatin1Char('='), 0, 0);
-        if (takesValue(word) && words.size() >= 2) {
-            leading << words.takeFirst();
-            leading << words.takeFirst();
-        } else if (isGlobalFlag(word) || (word.contains(QLatin1Char('=')) && takesValue(name))) {
-            leading << words.takeFirst();
-        } else {
-            break;
-        }
-    }
-    if (!words.isEmpty()) // with no command, the help is shown
-        words = QStringList{words.first()} + leading + words.mid(1);
-}
-
-const Command* find(const std::vector<Command>& commands, const QString& name) {
-    for (const Command& command : commands)
-        if (name == QLatin1String(command.name))
-            return &command;
-    return nullptr;
-}
-
 // Commands that render need fonts and paint devices; without a display they render offscreen.
 std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, bool gui) {
     if (!gui)
@@ -123,20 +77,19 @@ int main(int argc, char** argv) {
     QStringList words;
     for (int i = 1; i < argc; ++i)
         words << QString::fromLocal8Bit(argv[i]);
-    moveLeadingOptions(words);
+    const CtlLine line = splitCommandLine(words);
     const auto commands = allCommands();
-    const Command* found = find(commands, words.value(0));
+    const Command* found = line.command ? findCommand(commands, *line.command) : nullptr;
     const auto app = makeApplication(argc, argv, found && found->needsGui);
     QCoreApplication::setApplicationName(QStringLiteral("bomctl"));
-    if (words.isEmpty() || words.first() == QLatin1String("help") ||
-        words.first() == QLatin1String("--help")) {
+    if (!line.command || *line.command == QLatin1String("help") ||
+        *line.command == QLatin1String("--help")) {
         printHelp(commands);
-        return words.isEmpty() ? ExitUsage : ExitOk;
+        return line.command ? ExitOk : ExitUsage;
     }
-    const QString name = words.takeFirst();
-    CtlContext ctx(name, CtlArgs(words));
+    CtlContext ctx(*line.command, CtlArgs(line.words));
     if (!found)
-        return ctx.usage(QStringLiteral("未知命令：%1").arg(name));
+        return ctx.usage(QStringLiteral("未知命令：%1").arg(*line.command));
     try {
         return found->run(ctx);
     } catch (const bom::db::DbError& e) {

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
+#include <QStringDecoder>
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
 #include <minizip/unzip.h>
@@ -201,8 +202,13 @@ QString firstSheetPath(ZipArchive& zip, QString* error) {
         if (xml.isStartElement() && xml.name() == QLatin1String("Relationship") &&
             xml.attributes().value(QLatin1String("Id")) == relation) {
             const QString target = xml.attributes().value(QLatin1String("Target")).toString();
-            return target.startsWith(QLatin1Char('/')) ? target.mid(1)
-                                                       : QStringLiteral("xl/") + target;
+            const QString path = target.startsWith(QLatin1Char('/'))
+                                     ? target.mid(1)
+                                     : QStringLiteral("xl/") + target;
+            // An empty path is the caller's sign of failure: "/" must not pass without a reason.
+            if (path.isEmpty())
+                *error = QStringLiteral("XLSX文件中的workbook.xml.rels格式不正确：工作表路径为空");
+            return path;
         }
     }
     if (xmlFailed(xml, QStringLiteral("workbook.xml.rels"), error))
@@ -463,7 +469,10 @@ bool SpreadsheetFile::write(const QString& path, const Sheet& sheet, QString* er
 
 std::optional<std::vector<QStringList>> SpreadsheetFile::readCsv(const QByteArray& bytes,
                                                                  QString* error) {
-    QString text = QString::fromUtf8(bytes);
+    // Not QString::fromUtf8: it drops a leading byte-order mark itself, so a first cell that
+    // begins with U+FEFF lost it to the removal below.
+    QString text =
+        QStringDecoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom).decode(bytes);
     if (text.startsWith(QChar(0xFEFF)))
         text.remove(0, 1);
     std::vector<QStringList> rows;

@@ -43,6 +43,19 @@ bool appendRow(bomservice::RowSet& rows, const QJsonObject& object, QString* err
     return true;
 }
 
+// Every field the objects name as a column, in one order: JSON keeps no order of keys, so
+// what a card reads as must not hang on which line names a field first, or in which case.
+void addColumns(bomservice::RowSet& rows, const std::vector<QJsonObject>& objects) {
+    QStringList names;
+    for (const QJsonObject& object : objects)
+        for (const QString& key : object.keys())
+            names << key.toLower();
+    names.sort();
+    names.removeDuplicates();
+    for (const QString& name : names)
+        rows.addColumn(bomservice::RowSetColumn{name});
+}
+
 constexpr qint64 kMaxCardFile = 64 * 1024 * 1024;
 
 } // namespace
@@ -70,17 +83,23 @@ std::optional<bomservice::BomCard> cardFromJson(const QByteArray& text, QString*
         *error = QStringLiteral("卡片文件应为 {\"header\":{…},\"lines\":[…]}");
         return std::nullopt;
     }
-    bomservice::BomCard card;
-    if (!appendRow(card.header, root.value("header").toObject(), error))
-        return std::nullopt;
+    std::vector<QJsonObject> lines;
     for (const QJsonValue& line : root.value("lines").toArray()) {
         if (!line.isObject()) {
             *error = QStringLiteral("lines 的每一项都应是对象");
             return std::nullopt;
         }
-        if (!appendRow(card.lines, line.toObject(), error))
-            return std::nullopt;
+        lines.push_back(line.toObject());
     }
+    bomservice::BomCard card;
+    const QJsonObject header = root.value("header").toObject();
+    addColumns(card.header, {header});
+    addColumns(card.lines, lines);
+    if (!appendRow(card.header, header, error))
+        return std::nullopt;
+    for (const QJsonObject& line : lines)
+        if (!appendRow(card.lines, line, error))
+            return std::nullopt;
     return card;
 }
 

@@ -30,6 +30,10 @@ std::vector<Command> spreadsheetCommands();
 std::vector<Command> structureCommands();
 std::vector<Command> variantsCommands();
 
+// Every command bomctl knows, and the one of that name (nullptr: none).
+std::vector<Command> allCommands();
+const Command* findCommand(const std::vector<Command>& commands, const QString& name);
+
 // The table `export explode|where-used|compare ARGS…` writes, worked out as the command of that
 // name does; std::nullopt with `status` set (and reported) when there is none.
 std::optional<entry::ExportTable> structureTable(CtlContext& ctx, const QString& what, int& status);

@@ -1,5 +1,7 @@
 #include "CtlContext.h"
 
+#include "CtlLine.h"
+
 #include "db/DbError.h"
 #include "entry/Common.h"
 #include "entry/DisplayTerms.h"
@@ -31,17 +33,6 @@ void writeErr(const QString& text) {
     const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
     std::fputc('\n', stderr);
-}
-
-std::optional<suite::Prompter::Answer> parseAnswer(const QString& word) {
-    const QString w = word.trimmed().toLower();
-    if (w == QLatin1String("yes") || w == QLatin1String("y"))
-        return suite::Prompter::Answer::Yes;
-    if (w == QLatin1String("no") || w == QLatin1String("n"))
-        return suite::Prompter::Answer::No;
-    if (w == QLatin1String("cancel") || w == QLatin1String("c"))
-        return suite::Prompter::Answer::Cancel;
-    return std::nullopt;
 }
 
 } // namespace
@@ -76,23 +67,20 @@ void ConsolePrompter::shown(const Prompt& prompt) {
 
 CtlContext::CtlContext(const QString& command, CtlArgs args)
     : command_(command), args_(std::move(args)) {
-    json_ = args_.flag(QStringLiteral("--json"));
-    dbUrl_ = args_.option(QStringLiteral("--db")).value_or(qEnvironmentVariable("BOM_DB"));
-    userOption_ = args_.option(QStringLiteral("--user"));
+    const GlobalOptions global = takeGlobalOptions(args_);
+    json_ = global.json;
+    dbUrl_ = global.db.value_or(qEnvironmentVariable("BOM_DB"));
+    userOption_ = global.user;
     userId_ = userOption_.value_or(qEnvironmentVariable("BOM_USER"));
-    const bool yes = args_.flag(QStringLiteral("--yes"));
-    const bool no = args_.flag(QStringLiteral("--no"));
-    const auto answers = args_.option(QStringLiteral("--answer"));
     prompter_ = std::make_unique<ConsolePrompter>(json_, isatty(STDIN_FILENO) != 0);
-    if (yes || no || answers) {
+    if (global.yes || global.no || global.answer) {
         prompter_->setScripted(true);
-        if (answers)
-            for (const QString& word : answers->split(',', Qt::SkipEmptyParts))
-                if (const auto a = parseAnswer(word))
-                    prompter_->queueAnswer(*a);
-        if (yes || no)
-            prompter_->setFallbackAnswer(yes ? suite::Prompter::Answer::Yes
-                                             : suite::Prompter::Answer::No);
+        if (global.answer)
+            for (const suite::Prompter::Answer a : parseAnswers(*global.answer))
+                prompter_->queueAnswer(a);
+        if (global.yes || global.no)
+            prompter_->setFallbackAnswer(global.yes ? suite::Prompter::Answer::Yes
+                                                    : suite::Prompter::Answer::No);
     }
 }
 
