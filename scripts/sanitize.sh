@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Builds everything with AddressSanitizer and UndefinedBehaviorSanitizer (preset asan, into
+# build-asan/) and runs every test on SQLite and on a throwaway PostgreSQL server. Any memory
+# error, leak or undefined behaviour ends the process that hit it, so the test fails.
+#   bash scripts/sanitize.sh [CTEST ARGS…]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/install-deps.sh
+# The crash loop pays the sanitizers' start-up cost on every kill: fewer kills keep it within its
+# time-out. The race loop runs for a fixed time and keeps its count.
+cmake --preset asan -DBOM_CRASH_KILLS_SQLITE="${BOM_CRASH_KILLS_SQLITE:-10}" \
+  -DBOM_CRASH_KILLS_POSTGRESQL="${BOM_CRASH_KILLS_POSTGRESQL:-6}" >/dev/null
+nice -n 10 cmake --build build-asan -j2
+
+export ASAN_OPTIONS="detect_leaks=1:halt_on_error=1:check_initialization_order=1:print_summary=1"
+export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1"
+export LSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/lsan.supp:print_suppressions=0"
+export QT_QPA_PLATFORM=offscreen
+bash scripts/with-postgres.sh ctest --test-dir build-asan --output-on-failure -j2 --timeout 900 "$@"
