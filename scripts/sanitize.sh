@@ -21,9 +21,11 @@ export QT_QPA_PLATFORM=offscreen
 status=0
 bash scripts/with-postgres.sh ctest --test-dir build-asan --output-on-failure -j2 --timeout 900 \
   "$@" || status=$?
+# A bomctl the crash loop kills during its exit-time leak check leaves only "Unable to get
+# registers from thread", which is no finding; every report has an ERROR or SUMMARY line.
 if [ -n "$(ls -A "$logs")" ]; then
-  echo "sanitizer reports (in $logs):" >&2
+  echo "sanitizer output (in $logs):" >&2
   cat "$logs"/* >&2
-  status=1
+  if grep -q -E 'ERROR: |runtime error|SUMMARY: ' "$logs"/*; then status=1; fi
 fi
 exit "$status"
