@@ -86,7 +86,9 @@ TEST_P(VisibilityTest, KeptSetsAgreeWithTheRightsAfterRandomChanges) {
 
     for (int step = 0; step < 40; ++step) {
         const QStringList boms = column(QStringLiteral("SELECT iautoid FROM ProductStructure"));
-        const int action = int(rng() % 5);
+        // Every fifth step changes rights; the others write BOMs. Which BOM a step picks follows
+        // the new BOMs' random keys, so a purely random choice of actions could skip a kind.
+        const int action = step % 5 == 0 ? 0 : 1 + int(rng() % 4);
         if (action == 0) { // rights change; the operator signs in again some steps later
             const QString user = pick(users);
             const QString kind = pick(kinds);
